@@ -1,0 +1,1 @@
+v2xshm_subsystem(space IFPosition SpaceTool SpaceToolGeo)

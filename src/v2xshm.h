@@ -1,0 +1,21 @@
+#ifndef V2XSHM_V2XSHM_H
+#define V2XSHM_V2XSHM_H
+
+// Every public header of the library.
+
+#include "shm/SHMTool.h"
+#include "shm/IFSHM.h"
+#include "shm/IFRefreshable.h"
+#include "shm/TimeTool.h"
+#include "shm/TimeBase.h"
+#include "shm/CountedList.h"
+#include "shm/ConfigInfo.h"
+#include "shm/DevConfigMng.h"
+
+#include "codec/SerializeTool.h"
+
+#include "space/IFPosition.h"
+#include "space/SpaceTool.h"
+#include "space/SpaceToolGeo.h"
+
+#endif

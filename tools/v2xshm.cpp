@@ -1,0 +1,60 @@
+// v2xshm: look into and drive the shared lists of a running unit.
+
+#include <cstring>
+#include <iostream>
+#include <string>
+
+#include "Commands.h"
+
+namespace {
+
+const char* USAGE =
+    "usage: v2xshm [--json] COMMAND [ARGS]\n"
+    "  owner [LIST...]                  create and own lists until SIGINT/SIGTERM\n"
+    "  status                           segment map and the state of each list\n"
+    "  config list | get KEY | set KEY TYPE VALUE\n"
+    "  show gnss | trace [-n N] | vehicle | map [--node ID] | location\n"
+    "  gnss push --lon X --lat Y --speed V --heading H [...]\n"
+    "  vehicle disabled on|off\n"
+    "  map load FILE | map age\n"
+    "  locate LON LAT HEADING_DEG\n";
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    ToolArgs args;
+    for (int i = 1; i < argc; ++i) {
+        if (strcmp(argv[i], "--json") == 0) {
+            args.json = true;
+        } else {
+            args.words.push_back(argv[i]);
+        }
+    }
+    if (args.words.empty() || args.words[0] == "-h" || args.words[0] == "--help" || args.words[0] == "help") {
+        std::cout << USAGE;
+        return args.words.empty() ? EXIT_USAGE : EXIT_OK;
+    }
+    std::string command = args.words[0];
+    args.words.erase(args.words.begin());
+
+    if (command == "owner") return cmdOwner(args);
+    if (command == "status") return cmdStatus(args);
+    if (command == "config") return cmdConfig(args);
+    if (command == "gnss") return cmdGnss(args);
+    if (command == "vehicle") return cmdVehicle(args);
+    if (command == "map") return cmdMap(args);
+    if (command == "locate") return cmdLocate(args);
+    if (command == "show") {
+        if (args.words.empty()) {
+            return usageError("show what? gnss, trace, vehicle, map or location");
+        }
+        std::string what = args.words[0];
+        args.words.erase(args.words.begin());
+        if (what == "gnss" || what == "trace" || what == "vehicle") return cmdShowSpace(what, args);
+        if (what == "map" || what == "location") return cmdShowMap(what, args);
+        return usageError("unknown list to show: " + what);
+    }
+    std::cerr << USAGE;
+    return usageError("unknown command: " + command);
+}
