@@ -18,4 +18,10 @@
 #include "space/SpaceTool.h"
 #include "space/SpaceToolGeo.h"
 
+#include "localmap/LMNodeBase.h"
+#include "localmap/LMPointBase.h"
+#include "localmap/LMLaneExtend.h"
+#include "localmap/LMLinkExtend.h"
+#include "localmap/LMNodeExtend.h"
+
 #endif
