@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <sys/ipc.h>
@@ -12,6 +13,13 @@
 namespace {
 
 const char* guardedList = "";
+
+// glibc leaves the semctl argument union to the caller.
+union SemArg {
+    int val;
+    struct semid_ds* buf;
+    unsigned short* array;
+};
 
 void onLockTimeout(int)
 {
@@ -63,28 +71,71 @@ int failure(const std::string& message)
 
 bool requireOwner(const ListInfo& list)
 {
-    // Flags 0: look up only, never create.
-    bool present = shmget(list.key, 0, 0) != -1;
-    int semId = semget(list.key, 0, 0);
-    bool initialised = false;
-    if (semId != -1) {
-        // A set made by a non-owner starts at 0 and has never seen an
-        // operation; the owner's SETVAL makes it 1.
-        struct semid_ds ds;
-        union {
-            int val;
-            struct semid_ds* buf;
-        } arg;
-        arg.buf = &ds;
-        int value = semctl(semId, 0, GETVAL);
-        initialised = value > 0 || (semctl(semId, 0, IPC_STAT, arg) == 0 && ds.sem_otime != 0);
-    }
-    if (present && initialised) {
+    if (probeList(list).owned()) {
         return true;
     }
     std::cerr << "v2xshm: list " << list.name << " (key " << list.key
               << ") has no owner; start one with 'v2xshm owner'" << std::endl;
     return false;
+}
+
+ListProbe probeList(const ListInfo& list)
+{
+    ListProbe probe;
+    // Flags 0: look up only, never create.
+    int shmId = shmget(list.key, 0, 0);
+    struct shmid_ds shmDs;
+    if (shmId != -1 && shmctl(shmId, IPC_STAT, &shmDs) == 0) {
+        probe.segment = true;
+        probe.segmentSize = (long)shmDs.shm_segsz;
+        probe.attached = (long)shmDs.shm_nattch;
+    }
+    int semId = semget(list.key, 0, 0);
+    if (semId == -1) {
+        return probe;
+    }
+    struct semid_ds semDs;
+    SemArg arg;
+    arg.buf = &semDs;
+    int value = semctl(semId, 0, GETVAL);
+    if (value < 0 || semctl(semId, 0, IPC_STAT, arg) != 0) {
+        return probe;
+    }
+    int waiting = semctl(semId, 0, GETNCNT);
+    probe.waiting = waiting > 0 ? waiting : 0;
+    // A set made by a non-owner starts at 0 and has never seen an operation;
+    // the owner's SETVAL makes it 1, and any lock taken since sets sem_otime.
+    if (value > 0) {
+        probe.sem = ListProbe::SEM_FREE;
+    } else if (semDs.sem_otime != 0) {
+        probe.sem = ListProbe::SEM_HELD;
+    } else {
+        probe.sem = ListProbe::SEM_UNINITIALISED;
+    }
+    return probe;
+}
+
+const char* semStateName(ListProbe::SemState state)
+{
+    switch (state) {
+    case ListProbe::SEM_ABSENT: return "absent";
+    case ListProbe::SEM_UNINITIALISED: return "never initialised";
+    case ListProbe::SEM_FREE: return "free";
+    case ListProbe::SEM_HELD: return "held";
+    }
+    return "?";
+}
+
+std::string formatDouble(double value)
+{
+    char buf[40];
+    for (int precision = 1; precision <= 17; ++precision) {
+        snprintf(buf, sizeof buf, "%.*g", precision, value);
+        if (strtod(buf, nullptr) == value) {
+            break;
+        }
+    }
+    return buf;
 }
 
 void guardLockWait(const char* listName, unsigned seconds)

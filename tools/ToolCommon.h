@@ -50,4 +50,26 @@ void releaseLockGuard();
 // Text as a JSON string literal, quotes included.
 std::string jsonString(const std::string& text);
 
+// What the kernel says about one list's segment and semaphore, found with
+// look-up-only calls (shmget/semget with flags 0, IPC_STAT, GETVAL): probing
+// never creates anything.
+struct ListProbe {
+    enum SemState { SEM_ABSENT, SEM_UNINITIALISED, SEM_FREE, SEM_HELD };
+
+    bool segment = false;       // a segment exists under the list's key
+    long segmentSize = 0;       // its size in bytes (fixed by its creator)
+    long attached = 0;          // processes attached to it (shm_nattch)
+    SemState sem = SEM_ABSENT;  // SEM_UNINITIALISED: made by a non-owner, never set to 1
+    int waiting = 0;            // processes blocked on the lock (GETNCNT)
+
+    // Segment and an initialised semaphore: an owner set the list up.
+    bool owned() const { return segment && sem != SEM_ABSENT && sem != SEM_UNINITIALISED; }
+};
+ListProbe probeList(const ListInfo& list);
+// "absent", "never initialised", "free" or "held".
+const char* semStateName(ListProbe::SemState state);
+
+// A double printed with the fewest digits that read back to the same value.
+std::string formatDouble(double value);
+
 #endif

@@ -1,0 +1,130 @@
+// v2xshm owner [LIST...]: create and own lists until SIGINT or SIGTERM.
+#include "Commands.h"
+
+#include <algorithm>
+#include <csignal>
+#include <iostream>
+#include <memory>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <unistd.h>
+
+#include "OwnerTable.h"
+
+namespace {
+
+// Refuses lists that a live owner already holds, or whose leftover segment
+// is too small for the list: the owner would clear past its end.
+int checkFreeToOwn(const ListInfo& list)
+{
+    ListProbe probe = probeList(list);
+    if (probe.owned() && probe.attached > 0) {
+        return failure(std::string("list ") + list.name + " already has an owner (" +
+                       std::to_string(probe.attached) + " attached)");
+    }
+    if (probe.segment && probe.segmentSize < list.size) {
+        return failure(std::string("segment of list ") + list.name + " (key " + std::to_string(list.key) +
+                       ") has " + std::to_string(probe.segmentSize) + " bytes, the list needs " +
+                       std::to_string(list.size) + "; remove it with 'ipcrm -M " +
+                       std::to_string(list.key) + "'");
+    }
+    return EXIT_OK;
+}
+
+std::string joinNames(const std::vector<const ListInfo*>& lists)
+{
+    std::string out;
+    for (const ListInfo* list : lists) {
+        out += (out.empty() ? "" : " ") + std::string(list->name);
+    }
+    return out;
+}
+
+std::string jsonNames(const std::vector<const ListInfo*>& lists)
+{
+    std::string out = "[";
+    for (size_t i = 0; i < lists.size(); ++i) {
+        out += (i ? "," : "") + jsonString(lists[i]->name);
+    }
+    return out + "]";
+}
+
+}  // namespace
+
+int cmdOwner(const ToolArgs& args)
+{
+    std::vector<const ListInfo*> lists;
+    for (const std::string& name : args.words) {
+        const ListInfo* list = findList(name);
+        if (list == nullptr) {
+            std::string known;
+            for (const ListInfo& each : knownLists()) {
+                known += std::string(" ") + each.name;
+            }
+            return usageError("unknown list: " + name + " (known:" + known + ")");
+        }
+        if (std::find(lists.begin(), lists.end(), list) == lists.end()) {
+            lists.push_back(list);
+        }
+    }
+    if (lists.empty()) {
+        for (const ListInfo& list : knownLists()) {
+            lists.push_back(&list);
+        }
+    }
+    for (const ListInfo* list : lists) {
+        int rc = checkFreeToOwn(*list);
+        if (rc != EXIT_OK) {
+            return rc;
+        }
+    }
+
+    // Blocked before anything is created: a stop request that arrives while
+    // the lists are being set up is taken once they all stand, so nothing is
+    // left half made.
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGTERM);
+    sigprocmask(SIG_BLOCK, &stopSignals, nullptr);
+
+    std::vector<std::unique_ptr<IF_SHM>> owners;
+    for (const ListInfo* list : lists) {
+        owners.push_back(makeOwnerManager(*list));
+        if (!probeList(*list).owned()) {
+            while (!owners.empty()) {
+                owners.pop_back();
+            }
+            return failure(std::string("could not create list ") + list->name + " (key " +
+                           std::to_string(list->key) + ")");
+        }
+    }
+
+    if (args.json) {
+        std::cout << "{\"owning\":" << jsonNames(lists) << ",\"pid\":" << getpid() << "}" << std::endl;
+    } else {
+        std::cout << "owning " << joinNames(lists) << " (pid " << getpid() << ")" << std::endl;
+    }
+
+    int signo = 0;
+    sigwait(&stopSignals, &signo);
+
+    // Reverse order of creation, as the lists were stacked up.
+    while (!owners.empty()) {
+        owners.pop_back();
+    }
+    // The managers leave a segment whose id is 0 in place (the library takes
+    // id 0 for "absent"); in a fresh IPC namespace the first list made gets
+    // that id, so the owner finishes the removal itself.
+    for (const ListInfo* list : lists) {
+        if (shmget(list->key, 0, 0) == 0) {
+            shmctl(0, IPC_RMID, nullptr);
+        }
+    }
+    if (args.json) {
+        std::cout << "{\"released\":" << jsonNames(lists) << "}" << std::endl;
+    } else {
+        std::cout << "released " << joinNames(lists) << std::endl;
+    }
+    return EXIT_OK;
+}

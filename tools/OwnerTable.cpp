@@ -1,0 +1,45 @@
+#include "OwnerTable.h"
+
+#include <map>
+#include <string>
+
+#include "shm/DevConfigMng.h"
+
+namespace {
+
+// Owns a list whose manager the tool does not use: only the segment's life
+// (clear at start, remove at the end) matters to an owner.
+class PlainOwner : public IF_SHM {
+public:
+    PlainOwner(int key, int size) : IF_SHM(key, size, true) {}
+    int update() override { return 1; }
+};
+
+template <typename Mng>
+std::unique_ptr<IF_SHM> own()
+{
+    return std::unique_ptr<IF_SHM>(new Mng(true));
+}
+
+using OwnerFactory = std::unique_ptr<IF_SHM> (*)();
+
+// The real manager of each list, by the tool's list name. Lists missing here
+// get a PlainOwner.
+const std::map<std::string, OwnerFactory>& ownerFactories()
+{
+    static const std::map<std::string, OwnerFactory> table = {
+        {"config", own<DevConfigMng>},
+    };
+    return table;
+}
+
+}  // namespace
+
+std::unique_ptr<IF_SHM> makeOwnerManager(const ListInfo& list)
+{
+    auto found = ownerFactories().find(list.name);
+    if (found != ownerFactories().end()) {
+        return found->second();
+    }
+    return std::unique_ptr<IF_SHM>(new PlainOwner(list.key, list.size));
+}
