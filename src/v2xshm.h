@@ -23,5 +23,8 @@
 #include "localmap/LMLaneExtend.h"
 #include "localmap/LMLinkExtend.h"
 #include "localmap/LMNodeExtend.h"
+#include "localmap/LMNodeListMng.h"
+#include "localmap/LMMapRes.h"
+#include "localmap/LMMapResMng.h"
 
 #endif

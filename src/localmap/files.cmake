@@ -1,1 +1,1 @@
-v2xshm_subsystem(localmap LMNodeBase LMPointBase LMNodeExtend LMLinkExtend LMLaneExtend)
+v2xshm_subsystem(localmap LMNodeBase LMPointBase LMNodeExtend LMLinkExtend LMLaneExtend LMNodeListMng LMMapRes LMMapResMng)

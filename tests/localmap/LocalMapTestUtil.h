@@ -1,0 +1,43 @@
+#ifndef V2XSHM_TESTS_LOCALMAP_LOCALMAPTESTUTIL_H
+#define V2XSHM_TESTS_LOCALMAP_LOCALMAPTESTUTIL_H
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "localmap/LMNodeExtend.h"
+#include "space/IFPosition.h"
+
+// Bytes from text such as "01 02 ff".
+std::vector<char> hexBytes(const std::string& text);
+
+// The packed image of a record, as it is copied between processes.
+template <typename T>
+std::vector<char> imageOf(const T& rec)
+{
+    std::vector<char> bytes(sizeof(T));
+    memcpy(bytes.data(), &rec, sizeof(T));
+    return bytes;
+}
+
+// The flattened image of an extended record: equal images mean equal
+// records (base fields, children, key order, vector order, dis2End).
+template <typename T>
+std::vector<char> flatOf(const T& rec)
+{
+    std::vector<char> bytes(rec.flatSize());
+    int pos = 0;
+    rec.Obj2Buff(bytes.data(), &pos);
+    return bytes;
+}
+
+// A point `east` and `north` metres from a fixed origin at 30 N, 120 E.
+GeoCoordinates geoAt(double east, double north);
+LMPointBase pointAt(double east, double north);
+
+// A node that uses every kind of child: two links (one with two lanes),
+// speed limits, points, movements, names of various lengths.
+LMNodeExtend sampleNode(int64_t nodeId);
+
+#endif
