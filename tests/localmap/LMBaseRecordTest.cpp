@@ -110,16 +110,6 @@ TEST(LMBaseRecords, ImagesMatchGoldenBytes)
     EXPECT_EQ(imageOf(limit), hexBytes("05 00 00 80 3f"));
 }
 
-TEST(LMBaseRecords, DefaultsAreZeroWithNorthEast)
-{
-    EXPECT_EQ(imageOf(LMNodeBase()), join({zeros(8), hexBytes("4e 45"), zeros(96)}));
-    EXPECT_EQ(imageOf(LMLinkBase()), zeros(81));
-    EXPECT_EQ(imageOf(LMLaneBase()), zeros(8));
-    EXPECT_EQ(imageOf(LMMovementBase()), zeros(9));
-    EXPECT_EQ(imageOf(LMPointBase()), join({hexBytes("4e 45"), zeros(32)}));
-    EXPECT_EQ(imageOf(LMSpeedLimitBase()), zeros(5));
-}
-
 TEST(LMBaseRecords, DecoderArgumentContract)
 {
     LMNodeExtend node = sampleNode(42);

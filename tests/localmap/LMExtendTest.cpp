@@ -21,14 +21,6 @@ void putShortAt(std::vector<char>* buf, int at, short value)
     SerializeTool::Short2Byte(buf->data(), &at, value);
 }
 
-LMMovementBase movement(int64_t remote, uint8_t phase)
-{
-    LMMovementBase m;
-    m.remoteNodeId = remote;
-    m.phaseId = phase;
-    return m;
-}
-
 std::vector<int64_t> keysOf(const std::map<int64_t, LMMovementBase>& movements)
 {
     std::vector<int64_t> keys;
@@ -135,15 +127,10 @@ TEST(LMNodeExtend, BrokenChildFailsTheNodeAndKeepsWhatWasDecoded)
 {
     const LMNodeExtend sample = sampleNode(1);  // links 1001 (two lanes) and 2001
     const std::vector<char> good = wireOf(sample);
-    std::vector<char> base;
-    LMMessageWriter::writeNodeBase(sample, &base);
-    const int firstLink = 2 + (int)base.size() + 4;
-    std::vector<char> firstLinkBase;
-    LMMessageWriter::writeLinkBase(sample.links.begin()->second, &firstLinkBase);
-    const int firstLane = firstLink + 2 + (int)firstLinkBase.size() + 4;
-    std::vector<char> firstLinkWire;
-    LMMessageWriter::writeLink(sample.links.begin()->second, &firstLinkWire);
-    const int secondLink = firstLink + (int)firstLinkWire.size();
+    const LMLinkExtend& first = sample.links.begin()->second;
+    const int firstLink = 2 + wireSize(LMMessageWriter::writeNodeBase, sample) + 4;
+    const int firstLane = firstLink + 2 + wireSize(LMMessageWriter::writeLinkBase, first) + 4;
+    const int secondLink = firstLink + wireSize(LMMessageWriter::writeLink, first);
 
     struct Case {
         const char* what;
@@ -170,9 +157,7 @@ TEST(LMNodeExtend, NegativeCountDecodesNoChildren)
 {
     LMNodeExtend sample = sampleNode(1);
     std::vector<char> wire = wireOf(sample);
-    std::vector<char> base;
-    LMMessageWriter::writeNodeBase(sample, &base);
-    int countAt = 2 + (int)base.size();
+    int countAt = 2 + wireSize(LMMessageWriter::writeNodeBase, sample);
     SerializeTool::Int2Byte(wire.data(), &countAt, -1);
 
     LMNodeExtend node = sampleNode(5);

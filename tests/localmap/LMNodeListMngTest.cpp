@@ -57,13 +57,6 @@ LMNodeExtend stampedNode(int64_t id, double age)
     return node;
 }
 
-LMMovementBase movement(int64_t remote)
-{
-    LMMovementBase m;
-    m.remoteNodeId = remote;
-    return m;
-}
-
 // A node whose image alone exceeds the segment.
 LMNodeExtend oversizedNode(int64_t id)
 {
@@ -273,9 +266,7 @@ TEST(LMNodeListMng, BrokenNodeRecordKeepsTheNodesBeforeIt)
     LMNodeListMng mng(true);
     std::vector<char> wire;
     ASSERT_GT(LMMessageWriter::writeNodeList({sampleNode(1), sampleNode(2)}, &wire), 0);
-    std::vector<char> first;
-    LMMessageWriter::writeNode(sampleNode(1), &first);
-    wire[6 + first.size() + 2 + 2 + 26] = 65;  // second node's name length
+    wire[6 + wireSize(LMMessageWriter::writeNode, sampleNode(1)) + 2 + 2 + 26] = 65;  // second node's name length
 
     mng.nodes[100] = sampleNode(100);
     int pos = 0;

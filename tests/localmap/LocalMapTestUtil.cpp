@@ -8,14 +8,6 @@ namespace {
 constexpr double ORIGIN_LON = 120.0;
 constexpr double ORIGIN_LAT = 30.0;
 
-LMMovementBase movement(int64_t remote, uint8_t phase)
-{
-    LMMovementBase m;
-    m.remoteNodeId = remote;
-    m.phaseId = phase;
-    return m;
-}
-
 LMSpeedLimitBase limit(uint8_t type, float speed)
 {
     LMSpeedLimitBase s;
@@ -42,6 +34,14 @@ GeoCoordinates geoAt(double east, double north)
     g.longitude = ORIGIN_LON + SpaceToolGeo::LongitudeForMeter(ORIGIN_LAT, east);
     g.latitude = ORIGIN_LAT + SpaceToolGeo::LatitudeForMeter(north);
     return g;
+}
+
+LMMovementBase movement(int64_t remote, uint8_t phase)
+{
+    LMMovementBase m;
+    m.remoteNodeId = remote;
+    m.phaseId = phase;
+    return m;
 }
 
 LMPointBase pointAt(double east, double north)

@@ -32,9 +32,19 @@ std::vector<char> flatOf(const T& rec)
     return bytes;
 }
 
+// Bytes a message writer produces for rec.
+template <typename Write, typename Rec>
+int wireSize(Write write, const Rec& rec)
+{
+    std::vector<char> out;
+    return write(rec, &out);
+}
+
 // A point `east` and `north` metres from a fixed origin at 30 N, 120 E.
 GeoCoordinates geoAt(double east, double north);
 LMPointBase pointAt(double east, double north);
+
+LMMovementBase movement(int64_t remote, uint8_t phase = 0);
 
 // A node that uses every kind of child: two links (one with two lanes),
 // speed limits, points, movements, names of various lengths.
