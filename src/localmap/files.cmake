@@ -1,1 +1,2 @@
 v2xshm_subsystem(localmap LMNodeBase LMPointBase LMNodeExtend LMLinkExtend LMLaneExtend LMNodeListMng LMMapRes LMMapResMng)
+v2xshm_subsystem(localmap LMMessageCheck)
