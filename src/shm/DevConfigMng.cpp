@@ -1,6 +1,7 @@
 #include "shm/DevConfigMng.h"
 
 #include <cstring>
+#include <exception>
 
 DevConfigMng::DevConfigMng(bool isOwner) : IF_SHM(SHM_KEY, SHM_SIZE, isOwner) {}
 
@@ -29,20 +30,31 @@ int DevConfigMng::update()
     if (updateFromSHM(&list, sizeof list) < 0) {
         return -1;
     }
-    configs.clear();
-    for (int i = 0; i < list.validCount(); ++i) {
-        configs[keyOf(list.items[i])] = list.items[i];
+    try {
+        configs.clear();
+        for (int i = 0; i < list.validCount(); ++i) {
+            configs[keyOf(list.items[i])] = list.items[i];
+        }
+    } catch (const std::exception&) {
+        return -1;
     }
     return 1;
 }
 
 int DevConfigMng::getValueByKey(const char* key, void* out)
 {
-    auto found = configs.find(key);
-    if (found == configs.end()) {
+    if (key == nullptr) {
         return -1;
     }
-    return found->second.getValue(out);
+    try {
+        auto found = configs.find(key);
+        if (found == configs.end()) {
+            return -1;
+        }
+        return found->second.getValue(out);
+    } catch (const std::exception&) {
+        return -1;
+    }
 }
 
 int DevConfigMng::insertConfig(const char* key, ConfigInfo::DataType type, const void* value)
@@ -58,7 +70,11 @@ int DevConfigMng::insertConfig(const char* key, ConfigInfo::DataType type, const
     if (info.setValue(key, type, value) < 0) {
         return -2;
     }
-    configs[std::string(key, keyLen)] = info;
+    try {
+        configs[std::string(key, keyLen)] = info;
+    } catch (const std::exception&) {
+        return -1;
+    }
     return 1;
 }
 

@@ -10,11 +10,16 @@ IF_SHM::IF_SHM(int key, int size, bool isOwner)
     : shmKey(key), shmSize(size), isOwner(isOwner)
 {
     if (isOwner) {
-        SHMTool::init_shm(key, size, &shmAddr);
+        // A failed attach leaves (void*)-1, which clean_shm would write to.
+        if (SHMTool::init_shm(key, size, &shmAddr) == -1) {
+            shmAddr = nullptr;
+        }
         SHMTool::clean_shm(&shmAddr, size);
         SHMTool::createSem(key, &semId);
     } else {
-        SHMTool::init_shm(key, size, &shmAddr);
+        if (SHMTool::init_shm(key, size, &shmAddr) == -1) {
+            shmAddr = nullptr;
+        }
         semId = SHMTool::getSem(key);
     }
 }
@@ -32,7 +37,7 @@ IF_SHM::~IF_SHM()
 
 int IF_SHM::commit2SHM(void* buf, int len)
 {
-    if (len > shmSize) {
+    if (len > shmSize || shmAddr == nullptr) {
         return -1;
     }
     SHMTool::semaphore_p(semId);
@@ -44,7 +49,7 @@ int IF_SHM::commit2SHM(void* buf, int len)
 
 int IF_SHM::updateFromSHM(void* buf, int len)
 {
-    if (shmSize > len) {
+    if (shmSize > len || shmAddr == nullptr) {
         return -1;
     }
     SHMTool::semaphore_p(semId);
@@ -55,6 +60,9 @@ int IF_SHM::updateFromSHM(void* buf, int len)
 
 int IF_SHM::updateOperateCommit(int (*fn)(void* copy, int size, void* arg), void* arg)
 {
+    if (shmAddr == nullptr) {
+        return -1;
+    }
     // The copy lives on the caller's stack, as the design asks: no heap use
     // while the lock is held.
     void* copy = alloca(shmSize);
@@ -74,6 +82,9 @@ int IF_SHM::updateOperateCommit(int (*fn)(void* copy, int size, void* arg), void
 
 int IF_SHM::operateSHMNotSafe(int (*fn)(void* shm, void* arg), void* arg)
 {
+    if (shmAddr == nullptr) {
+        return -1;
+    }
     SHMTool::semaphore_p(semId);
     int result;
     try {

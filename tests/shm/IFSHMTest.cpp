@@ -199,3 +199,21 @@ TEST_F(IF_SHM_, NonOwnerLeavesTheListOwnerRemovesIt)
     EXPECT_FALSE(segmentExists(RAW_KEY));
     EXPECT_FALSE(semaphoreExists(RAW_KEY));
 }
+
+TEST_F(IF_SHM_, ListWithoutSegmentAnswersMinusOneWithoutWaiting)
+{
+    // Size 0 cannot be created; the set made by the non-owner stays held, so
+    // any transfer that took the lock would wait forever.
+    pid_t user = forkChild([] {
+        RawList broken(RAW_KEY, 0, false);
+        char buf[8] = {};
+        bool called = false;
+        int rc1 = broken.commit2SHM(buf, 0);
+        int rc2 = broken.updateFromSHM(buf, sizeof buf);
+        int rc3 = broken.operateSHMNotSafe([](void*, void* arg) { return *(bool*)arg = true, 1; }, &called);
+        int rc4 = broken.updateOperateCommit([](void*, int, void*) { return 1; }, nullptr);
+        return rc1 == -1 && rc2 == -1 && rc3 == -1 && rc4 == -1 && !called ? 0 : 1;
+    });
+    EXPECT_EQ(waitChild(user, 5000), 0);
+    EXPECT_FALSE(segmentExists(RAW_KEY));
+}
