@@ -326,8 +326,8 @@ int configSet(const ToolArgs& args)
     if (args.json) {
         std::cout << entryJson(entry, type->isDouble) << std::endl;
     } else {
-        std::cout << "set " << key << " = " << viewOf(entry, type->isDouble).text << " (" << type->name << ")"
-                  << std::endl;
+        std::cout << "set " << key << " = " << viewOf(entry, type->isDouble).text << " ("
+                  << (type->isDouble ? "f64" : storedTypeName(type->type)) << ")" << std::endl;
     }
     return EXIT_OK;
 }

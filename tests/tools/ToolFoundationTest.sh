@@ -1,0 +1,107 @@
+# The owner, status and config commands of the v2xshm tool, between processes.
+# Usage: bash ToolFoundationTest.sh TOOL [EMULATOR...]  (in a private IPC namespace)
+source "$(dirname "$0")/ToolTestLib.sh" "$@"
+
+# --- Without an owner: clear refusals, nothing created.
+expect_grep "status without owner" '^config +DevConfigMng +77102 +6660 +absent' status
+expect_error "config list without owner" 1 'list config .*no owner' config list
+expect_error "config get without owner" 1 'list config .*no owner' config get speed
+expect_error "config set without owner" 1 'list config .*no owner' config set speed i32 1
+expect_no_ipc "reading without owner creates nothing"
+
+# --- Bad input is refused before anything is looked at.
+long17=abcdefghijklmnopq
+text32=$(printf 'x%.0s' $(seq 32))
+expect_error "unknown list" 2 'unknown list: nolist' owner config nolist
+expect_error "status arguments" 2 'no arguments' status extra
+expect_error "config without subcommand" 2 'usage: config' config
+expect_error "unknown config command" 2 'unknown config command' config drop k
+expect_error "key of 17 characters" 2 '17 characters; at most 16' config set $long17 i32 1
+expect_error "empty key" 2 'empty' config get ''
+expect_error "unknown type" 2 'unknown type: float' config set k float 1
+expect_error "missing value" 2 'usage: config set' config set k i32
+expect_error "u8 above 255" 2 'does not fit u8' config set k u8 256
+expect_error "negative u8" 2 'does not fit u8' config set k u8 -1
+expect_error "i32 overflow" 2 'does not fit i32' config set k i32 2147483648
+expect_error "i64 overflow" 2 'does not fit i64' config set k i64 9223372036854775808
+expect_error "not a number" 2 'not a whole number' config set k i32 12a
+expect_error "empty number" 2 'not a whole number' config set k i32 ''
+expect_error "f64 text" 2 'not a number' config set k f64 abc
+expect_error "f64 nan" 2 'not a finite number' config set k f64 nan
+expect_error "text of 32 characters" 2 'at most 31' config set k text "$text32"
+expect_no_ipc "bad input creates nothing"
+
+# --- With an owner.
+start_owner || { finish; exit 1; }
+grep -Eq "^owning config gnss vehicle trace map location \(pid [0-9]+\)$" "$WORK/owner.out" &&
+    pass "ready line names every list" || fail "ready line names every list" "$(cat "$WORK/owner.out")"
+expect_grep "status shows the owned list" '^config +DevConfigMng +77102 +6660 +present +1 +free$' status
+expect_grep "status as json" '^\{"lists":\[\{"name":"config","manager":"DevConfigMng","key":77102,"size":6660,"segment":true,"segmentSize":6660,"attached":1,"semaphore":"free","waiting":0,"owned":true\}' --json status
+expect_error "second owner is refused" 1 'already has an owner' owner config
+expect_out "empty list" "no entries" config list
+
+expect_out "set u8" "set b = 255 (u8)" config set b u8 255
+expect_out "set i32" "set speed = -2147483648 (i32)" config set speed int -2147483648
+expect_out "set i64" "set big = 9223372036854775807 (i64)" config set big i64 9223372036854775807
+expect_out "set f64" "set ratio = 0.1 (f64)" config set ratio double 0.1
+expect_out "set text" "set iface = eth0 wlan (text)" config set iface text "eth0 wlan"
+expect_out "set hex" "set mask = 255 (i32)" config set mask i32 0xff
+expect_out "set 16-char key" "set sixteen_chars_ok = 1 (u8)" config set sixteen_chars_ok u8 1
+
+expect_out "get u8" "255" config get b
+expect_out "get i32" "-2147483648" config get speed
+expect_out "get i64" "9223372036854775807" config get big
+expect_out "get f64 as stored bits" "4591870180066957722" config get ratio
+expect_out "get f64 read as f64" "0.1" config get ratio f64
+expect_out "get text" "eth0 wlan" config get iface
+expect_out "get json" '{"key":"ratio","type":"i64","value":4591870180066957722,"f64":0.1}' --json config get ratio
+expect_error "get absent key" 1 'no config entry nothing' config get nothing
+expect_error "get as wrong type" 1 'holds a i32 value, not f64' config get speed f64
+
+expect_out "list in key order" "$(printf '%s\n' \
+    'b                 u8    255' \
+    'big               i64   9223372036854775807' \
+    'iface             text  eth0 wlan' \
+    'mask              i32   255' \
+    'ratio             i64   4591870180066957722 (as f64: 0.1)' \
+    'sixteen_chars_ok  u8    1' \
+    'speed             i32   -2147483648')" config list
+expect_grep "list as json" '^\{"count":7,"entries":\[\{"key":"b","type":"u8","value":255\},.*\{"key":"iface","type":"text","value":"eth0 wlan"\}' --json config list
+
+run config list
+before=$(cat "$WORK/out")
+for bad in "k u8 256" "k text $text32" "$long17 i32 1" "b float 1"; do
+    # shellcheck disable=SC2086
+    v2x config set $bad >/dev/null 2>&1
+done
+expect_out "refused sets leave the list" "$before" config list
+
+expect_out "replace keeps one entry" "set b = 7 (u8)" config set b u8 7
+expect_out "replaced value" "7" config get b
+run --json config list
+grep -q '"count":7,' "$WORK/out" && pass "replace keeps the count" || fail "replace keeps the count" "$(cat "$WORK/out")"
+
+# Eight writers at once, each inserting into the live list: none is lost.
+pids=()
+for i in $(seq 1 8); do
+    v2x config set "par$i" i32 "$i" >/dev/null 2>&1 &
+    pids+=($!)
+done
+for p in "${pids[@]}"; do wait "$p"; done
+run --json config list
+grep -q '"count":15,' "$WORK/out" && pass "parallel sets lose nothing" || fail "parallel sets lose nothing" "$(cat "$WORK/out")"
+expect_out "a parallel value" "5" config get par5
+
+stop_owner TERM
+expect_no_ipc "a stopped owner leaves nothing"
+expect_error "values are gone with the owner" 1 'no owner' config get b
+
+# --- A subset of lists, stopped by SIGINT.
+start_owner config map || { finish; exit 1; }
+expect_grep "subset owns config" '^config +DevConfigMng .* present +1 +free$' status
+expect_grep "subset leaves gnss absent" '^gnss +DevGNSSMng .* absent +- +absent$' status
+expect_out "fresh owner starts empty" "no entries" config list
+stop_owner INT
+expect_no_ipc "SIGINT leaves nothing"
+
+finish

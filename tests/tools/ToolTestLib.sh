@@ -1,0 +1,144 @@
+# Helpers for the tool's test scripts. Source it with the script's arguments:
+#   source ToolTestLib.sh "$@"     (TOOL [EMULATOR...])
+# Each check prints "ok" or "FAIL" with its name; finish() prints the tally and
+# sets the exit status. Run inside a private IPC namespace.
+
+TOOL="$1"
+shift
+EMULATOR=("$@")
+WORK="$(mktemp -d)"
+CHECKS=0
+FAILED=0
+OWNER_PID=""
+
+trap 'cleanup' EXIT
+
+cleanup() {
+    if [ -n "$OWNER_PID" ]; then
+        kill -KILL "$OWNER_PID" 2>/dev/null
+    fi
+    rm -rf "$WORK"
+}
+
+v2x() {
+    "${EMULATOR[@]}" "$TOOL" "$@"
+}
+
+pass() {
+    CHECKS=$((CHECKS + 1))
+    echo "ok   $1"
+}
+
+fail() {
+    CHECKS=$((CHECKS + 1))
+    FAILED=$((FAILED + 1))
+    echo "FAIL $1"
+    shift
+    for line in "$@"; do
+        echo "     $line"
+    done
+}
+
+# run CMD...: runs the tool, keeping stdout, stderr and the exit code in
+# $WORK/out, $WORK/err and RC.
+run() {
+    v2x "$@" >"$WORK/out" 2>"$WORK/err"
+    RC=$?
+}
+
+# expect_out NAME EXPECTED CMD...: exit 0 and stdout exactly EXPECTED.
+expect_out() {
+    local name="$1" expected="$2"
+    shift 2
+    run "$@"
+    if [ "$RC" -eq 0 ] && [ "$(cat "$WORK/out")" = "$expected" ]; then
+        pass "$name"
+    else
+        fail "$name" "command: $*" "exit $RC, expected 0" "stdout: $(cat "$WORK/out")" \
+            "expected: $expected" "stderr: $(cat "$WORK/err")"
+    fi
+}
+
+# expect_grep NAME PATTERN CMD...: exit 0 and stdout matches the extended regex.
+expect_grep() {
+    local name="$1" pattern="$2"
+    shift 2
+    run "$@"
+    if [ "$RC" -eq 0 ] && grep -Eq -- "$pattern" "$WORK/out"; then
+        pass "$name"
+    else
+        fail "$name" "command: $*" "exit $RC" "stdout: $(cat "$WORK/out")" "wanted: $pattern" \
+            "stderr: $(cat "$WORK/err")"
+    fi
+}
+
+# expect_error NAME CODE PATTERN CMD...: exit CODE, nothing on stdout, and
+# exactly one line on stderr matching PATTERN.
+expect_error() {
+    local name="$1" code="$2" pattern="$3"
+    shift 3
+    run "$@"
+    local lines
+    lines=$(wc -l <"$WORK/err")
+    if [ "$RC" -eq "$code" ] && [ ! -s "$WORK/out" ] && [ "$lines" -eq 1 ] && grep -Eq -- "$pattern" "$WORK/err"; then
+        pass "$name"
+    else
+        fail "$name" "command: $*" "exit $RC, expected $code" "stdout: $(cat "$WORK/out")" \
+            "stderr ($lines lines): $(cat "$WORK/err")" "wanted: $pattern"
+    fi
+}
+
+# ipc_count: segments plus semaphore sets in this namespace.
+ipc_count() {
+    ipcs -m -s | grep -c '^0x'
+}
+
+expect_no_ipc() {
+    local n
+    n=$(ipc_count)
+    if [ "$n" -eq 0 ]; then
+        pass "$1"
+    else
+        fail "$1" "$(ipcs -m -s)"
+    fi
+}
+
+# start_owner [LIST...]: starts `v2xshm owner` in the background and waits
+# for its ready line.
+start_owner() {
+    # Not through v2x: a backgrounded function runs in a subshell, and the
+    # signals must reach the tool itself.
+    "${EMULATOR[@]}" "$TOOL" owner "$@" >"$WORK/owner.out" 2>"$WORK/owner.err" &
+    OWNER_PID=$!
+    for _ in $(seq 200); do
+        if grep -q '^owning ' "$WORK/owner.out"; then
+            return 0
+        fi
+        if ! kill -0 "$OWNER_PID" 2>/dev/null; then
+            break
+        fi
+        sleep 0.05
+    done
+    fail "owner $* started" "$(cat "$WORK/owner.out" "$WORK/owner.err")"
+    return 1
+}
+
+# stop_owner [SIGNAL]: stops the owner (TERM by default); checks it ended
+# cleanly and said what it released.
+stop_owner() {
+    local sig="${1:-TERM}" rc
+    kill -"$sig" "$OWNER_PID"
+    wait "$OWNER_PID"
+    rc=$?
+    OWNER_PID=""
+    if [ "$rc" -eq 0 ] && grep -q '^released ' "$WORK/owner.out"; then
+        pass "owner stops on SIG$sig"
+    else
+        fail "owner stops on SIG$sig" "exit $rc" "$(cat "$WORK/owner.out" "$WORK/owner.err")"
+    fi
+}
+
+finish() {
+    echo "$CHECKS checks, $FAILED failed"
+    [ "$FAILED" -eq 0 ]
+}
