@@ -141,14 +141,14 @@ TEST(LMBaseRecords, NodeDecodesHandWrittenRecordAndKeepsRefreshTime)
     int pos = 0;
     ASSERT_EQ(node.DeSerialize(wire.data(), &pos, 0x25), 39);
     EXPECT_EQ(pos, 39);
-    EXPECT_EQ(node.longitude, 1.0);
-    EXPECT_EQ(node.latitude, 2.0);
-    EXPECT_EQ(node.altitude, -3.0);
+    EXPECT_EQ(+node.longitude, 1.0);
+    EXPECT_EQ(+node.latitude, 2.0);
+    EXPECT_EQ(+node.altitude, -3.0);
     EXPECT_EQ(node.latHemisphere, 'S');
     EXPECT_EQ(node.lonHemisphere, 'W');
     EXPECT_EQ(std::string(node.name), "AB");
-    EXPECT_EQ(node.nodeId, (int64_t)0x8000000000000001ULL);
-    EXPECT_EQ(node.latestRefreshTime, 5.0);
+    EXPECT_EQ(+node.nodeId, (int64_t)0x8000000000000001ULL);
+    EXPECT_EQ(+node.latestRefreshTime, 5.0);
 }
 
 TEST(LMBaseRecords, NameLengthUpTo64IsAcceptedAndNeverCleared)
@@ -171,7 +171,7 @@ TEST(LMBaseRecords, NameLengthUpTo64IsAcceptedAndNeverCleared)
         memcpy(link.name, "ZZZZZZZZZZ", 10);
         int pos = 0;
         EXPECT_EQ(link.DeSerialize(wire.data(), &pos, 0), c.result);
-        EXPECT_EQ(link.upstreamNodeId, 7);  // read before the name, even when refused
+        EXPECT_EQ(+link.upstreamNodeId, 7);  // read before the name, even when refused
         if (c.result < 0) {
             EXPECT_EQ(pos, 0);
             EXPECT_EQ(link.laneNum, 0);
@@ -180,7 +180,7 @@ TEST(LMBaseRecords, NameLengthUpTo64IsAcceptedAndNeverCleared)
         }
         EXPECT_EQ(pos, c.result);
         EXPECT_EQ(link.laneNum, 2);
-        EXPECT_EQ(link.attrFloat2, 2.0f);
+        EXPECT_EQ(+link.attrFloat2, 2.0f);
         for (int i = 0; i < LMLinkBase::NAME_LEN; ++i) {
             char expected = i < c.nameLen ? (char)('a' + i % 26) : (i < 10 ? 'Z' : 0);
             ASSERT_EQ(link.name[i], expected) << "at " << i;
@@ -198,9 +198,9 @@ TEST(LMBaseRecords, NodeWithOverlongNameKeepsDecodedPosition)
     int pos = 0;
     EXPECT_EQ(node.DeSerialize(wire.data(), &pos, 0), -1);
     EXPECT_EQ(pos, 0);
-    EXPECT_EQ(node.longitude, sample.longitude);
+    EXPECT_EQ(+node.longitude, +sample.longitude);
     EXPECT_EQ(node.latHemisphere, 'S');
-    EXPECT_EQ(node.nodeId, 0);
+    EXPECT_EQ(+node.nodeId, 0);
 }
 
 TEST(LMBaseRecords, LaneBitsKeepReceivedOrderAndPointDistanceResets)
@@ -217,6 +217,6 @@ TEST(LMBaseRecords, LaneBitsKeepReceivedOrderAndPointDistanceResets)
     point.dis2End = 5.0;
     pos = 0;
     ASSERT_EQ(point.DeSerialize(points.data(), &pos, 26), 28);
-    EXPECT_EQ(point.dis2End, 0.0);
-    EXPECT_EQ(point.latitude, pointAt(3, 4).latitude);
+    EXPECT_EQ(+point.dis2End, 0.0);
+    EXPECT_EQ(+point.latitude, +pointAt(3, 4).latitude);
 }

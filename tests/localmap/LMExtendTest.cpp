@@ -88,7 +88,7 @@ TEST(LMNodeExtend, WireRoundTripGivesEqualNodes)
         EXPECT_EQ(flatOf(decoded), flatOf(original));
         EXPECT_EQ(pos - start, (int)wireOf(original).size());
         for (const auto& link : decoded.links) {
-            EXPECT_EQ(link.first, link.second.upstreamNodeId);
+            EXPECT_EQ(link.first, +link.second.upstreamNodeId);
             for (const auto& lane : link.second.lanes) {
                 EXPECT_EQ(lane.first, lane.second.laneID);
             }
@@ -148,7 +148,7 @@ TEST(LMNodeExtend, BrokenChildFailsTheNodeAndKeepsWhatWasDecoded)
         EXPECT_EQ(pos, 0);
         EXPECT_EQ(node.links.size(), c.at == secondLink ? 1u : 0u);
         if (c.at != 2) {
-            EXPECT_EQ(node.nodeId, 1);
+            EXPECT_EQ(+node.nodeId, 1);
         }
     }
 }
@@ -164,7 +164,7 @@ TEST(LMNodeExtend, NegativeCountDecodesNoChildren)
     int pos = 0;
     EXPECT_EQ(node.DeSerialize(wire.data(), &pos, 0), countAt);
     EXPECT_TRUE(node.links.empty());
-    EXPECT_EQ(node.nodeId, 1);
+    EXPECT_EQ(+node.nodeId, 1);
 }
 
 TEST(LMNodeExtend, FlattenAndRebuildGiveAnEqualNode)
@@ -182,7 +182,7 @@ TEST(LMNodeExtend, FlattenAndRebuildGiveAnEqualNode)
     ASSERT_EQ(rebuilt.buffer2Obj(flat.data(), &pos), (int)flat.size());
     EXPECT_EQ(pos, (int)flat.size());
     EXPECT_EQ(flatOf(rebuilt), flat);
-    EXPECT_EQ(rebuilt.latestRefreshTime, 1234.5);
+    EXPECT_EQ(+rebuilt.latestRefreshTime, 1234.5);
     EXPECT_EQ(rebuilt.links.size(), node.links.size());
     EXPECT_NEAR(rebuilt.links[1009].points[0].dis2End, 75.0, 1e-6);
 
@@ -257,7 +257,7 @@ TEST(LMNodeExtend, MergeAccumulatesMapsAndReplacesVectors)
     newerNode.links[9].upstreamNodeId = 9;
 
     ASSERT_EQ(olderNode.merge(newerNode), 1);
-    EXPECT_EQ(olderNode.latestRefreshTime, 20.0);
+    EXPECT_EQ(+olderNode.latestRefreshTime, 20.0);
     EXPECT_EQ(olderNode.name[0], 'x');
     ASSERT_EQ(olderNode.links.size(), 3u);  // 1 merged, 8 kept, 9 added
     const LMLinkExtend& merged = olderNode.links[1];
@@ -310,7 +310,7 @@ TEST(LMLinkExtend, DistancesToTheEndRunBackFromTheLastPoint)
     link.points = {pointAt(3, 3)};
     link.points[0].dis2End = 5.0;
     link.calcPointsDis2End();
-    EXPECT_EQ(link.points[0].dis2End, 0.0);
+    EXPECT_EQ(+link.points[0].dis2End, 0.0);
 
     link.points = {pointAt(0, 0), pointAt(10, 0), pointAt(20, 0)};
     link.lanes[1].points = {pointAt(0, 0), pointAt(10, 0)};
@@ -318,8 +318,8 @@ TEST(LMLinkExtend, DistancesToTheEndRunBackFromTheLastPoint)
     link.calcPointsDis2End();
     EXPECT_NEAR(link.points[0].dis2End, 20.0, 1e-6);
     EXPECT_NEAR(link.points[1].dis2End, 10.0, 1e-6);
-    EXPECT_EQ(link.points[2].dis2End, 0.0);
-    EXPECT_EQ(link.lanes[1].points[0].dis2End, 7.0);
+    EXPECT_EQ(+link.points[2].dis2End, 0.0);
+    EXPECT_EQ(+link.lanes[1].points[0].dis2End, 7.0);
 }
 
 TEST(LMLinkExtend, SpeedLimitByTypeTakesTheFirstMatch)

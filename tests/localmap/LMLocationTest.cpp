@@ -55,8 +55,8 @@ TEST_F(LMLocationTest, ReachIsThreeAndAHalfMetresPerLanePlusFive)
         LMMapRes out;
         ASSERT_EQ(mng.calcVehLocationInLM(geoAt(-50, c.offset), 0.0, &out), c.result);
         if (c.result == 1) {
-            EXPECT_EQ(out.nodeId, 1);
-            EXPECT_EQ(out.upstreamNodeId, 10);
+            EXPECT_EQ(+out.nodeId, 1);
+            EXPECT_EQ(+out.upstreamNodeId, 10);
             EXPECT_NEAR(out.dis2StopLine, std::hypot(50.0, c.offset), 1e-3);
             EXPECT_FALSE(out.isPreciseOverTime(1.0));
         }
@@ -83,7 +83,7 @@ TEST_F(LMLocationTest, HeadingMustBeWithinThirtyDegrees)
         LMMapRes out;
         EXPECT_EQ(mng.calcVehLocationInLM(geoAt(-50, 1), c.heading, &out), c.result);
         if (c.result == 1) {
-            EXPECT_EQ(out.nodeId, c.node);
+            EXPECT_EQ(+out.nodeId, c.node);
         }
         mng.nodes = all;
     }
@@ -98,8 +98,8 @@ TEST_F(LMLocationTest, FirstFoundWinsOnTies)
     }
     // At (0, 1) both segments of every link are exactly 1 m away.
     ASSERT_EQ(mng.calcVehLocationInLM(geoAt(0, 1), 0.0, &res), 1);
-    EXPECT_EQ(res.nodeId, 1);
-    EXPECT_EQ(res.upstreamNodeId, 10);
+    EXPECT_EQ(+res.nodeId, 1);
+    EXPECT_EQ(+res.upstreamNodeId, 10);
     EXPECT_NEAR(res.dis2StopLine, 1.0 + 100.0, 1e-6);  // measured to the first segment's end
 }
 
@@ -110,7 +110,7 @@ TEST_F(LMLocationTest, ReachUsesTheNearestLinkOnly)
     EXPECT_EQ(mng.calcVehLocationInLM(geoAt(-50, 0), 0.0, &res), -2);
     mng.nodes[1].links.erase(10);
     ASSERT_EQ(mng.calcVehLocationInLM(geoAt(-50, 0), 0.0, &res), 1);
-    EXPECT_EQ(res.upstreamNodeId, 20);
+    EXPECT_EQ(+res.upstreamNodeId, 20);
 }
 
 TEST_F(LMLocationTest, DistanceToStopLineFollowsTheLink)
@@ -128,13 +128,13 @@ TEST_F(LMLocationTest, SpeedLimitsOrDefaults)
 {
     eastLink(1);
     ASSERT_EQ(mng.calcVehLocationInLM(geoAt(-50, 1), 0.0, &res), 1);
-    EXPECT_EQ(res.maxSpeed, 16.67f);
-    EXPECT_EQ(res.minSpeed, 0.0f);
+    EXPECT_EQ(+res.maxSpeed, 16.67f);
+    EXPECT_EQ(+res.minSpeed, 0.0f);
 
     mng.nodes[1].links[10].speedLimits = sampleNode(1).links.at(1001).speedLimits;  // (5, 13.9) (4, 2) (5, 8.3)
     ASSERT_EQ(mng.calcVehLocationInLM(geoAt(-50, 1), 0.0, &res), 1);
-    EXPECT_EQ(res.maxSpeed, 13.9f);
-    EXPECT_EQ(res.minSpeed, 2.0f);
+    EXPECT_EQ(+res.maxSpeed, 13.9f);
+    EXPECT_EQ(+res.minSpeed, 2.0f);
     EXPECT_EQ(imageOf(res)[32], 0);  // spare byte
 }
 
@@ -185,8 +185,8 @@ TEST(LMMapResMng, ResultCommittedByLocatorIsReadElsewhere)
     });
     ASSERT_EQ(waitChild(child), 0);
     ASSERT_EQ(reader.update(), 1);
-    EXPECT_EQ(reader.mapRes.nodeId, 7);
-    EXPECT_EQ(reader.mapRes.dis2StopLine, 12.5);
-    EXPECT_EQ(reader.mapRes.maxSpeed, 13.9f);
+    EXPECT_EQ(+reader.mapRes.nodeId, 7);
+    EXPECT_EQ(+reader.mapRes.dis2StopLine, 12.5);
+    EXPECT_EQ(+reader.mapRes.maxSpeed, 13.9f);
     EXPECT_FALSE(reader.mapRes.isPreciseOverTime(5.0));
 }

@@ -31,7 +31,7 @@ std::vector<int64_t> idsInSegment(LMNodeListMng& mng)
     int pos = 4;
     LMNodeExtend node;
     for (int i = 0; i < count && node.buffer2Obj(image.data(), &pos, SIZE) > 0; ++i) {
-        ids.push_back(node.nodeId);
+        ids.push_back(+node.nodeId);
     }
     return ids;
 }
@@ -190,7 +190,7 @@ TEST(LMNodeListMng, InsertFromAnotherProcessMergesRestampsAndAppends)
         linkKeys.push_back(link.first);
     }
     EXPECT_EQ(linkKeys, (std::vector<int64_t>{3, 1005, 2005}));
-    EXPECT_EQ(owner.nodes.at(9).latestRefreshTime, oldStamp9);  // not received: untouched
+    EXPECT_EQ(+owner.nodes.at(9).latestRefreshTime, oldStamp9);  // not received: untouched
     EXPECT_FALSE(owner.nodes.at(1).isPreciseOverTime(1.0));
 }
 

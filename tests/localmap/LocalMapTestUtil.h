@@ -9,6 +9,10 @@
 #include "localmap/LMNodeExtend.h"
 #include "space/IFPosition.h"
 
+// Multi-byte members of packed records are compared as copies (`+rec.field`):
+// the assertion macros bind references, and a reference to an unaligned double
+// or 64-bit integer faults on the ARM target.
+
 // Bytes from text such as "01 02 ff".
 std::vector<char> hexBytes(const std::string& text);
 
