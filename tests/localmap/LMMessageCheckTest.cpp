@@ -105,7 +105,8 @@ protected:
     void resetMap()
     {
         mng.nodes.clear();
-        mng.nodes[marker.nodeId] = marker;
+        int64_t id = marker.nodeId;  // by value: the field is packed
+        mng.nodes[id] = marker;
     }
 
     void expectMapUntouched(const std::string& what)
