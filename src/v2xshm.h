@@ -17,6 +17,10 @@
 #include "space/IFPosition.h"
 #include "space/SpaceTool.h"
 #include "space/SpaceToolGeo.h"
+#include "space/GNSS.h"
+#include "space/DevGNSSMng.h"
+#include "space/VehTrace.h"
+#include "space/VehTraceMng.h"
 
 #include "localmap/LMNodeBase.h"
 #include "localmap/LMPointBase.h"
@@ -26,5 +30,8 @@
 #include "localmap/LMNodeListMng.h"
 #include "localmap/LMMapRes.h"
 #include "localmap/LMMapResMng.h"
+
+#include "status/VehStatus.h"
+#include "status/VehStatusMng.h"
 
 #endif

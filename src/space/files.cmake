@@ -1,1 +1,1 @@
-v2xshm_subsystem(space IFPosition SpaceTool SpaceToolGeo)
+v2xshm_subsystem(space IFPosition SpaceTool SpaceToolGeo GNSS DevGNSSMng VehTrace VehTraceMng)

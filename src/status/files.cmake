@@ -1,1 +1,1 @@
-v2xshm_subsystem(status)
+v2xshm_subsystem(status VehStatus VehStatusMng)
