@@ -4,6 +4,9 @@
 #include <string>
 
 #include "shm/DevConfigMng.h"
+#include "space/DevGNSSMng.h"
+#include "space/VehTraceMng.h"
+#include "status/VehStatusMng.h"
 
 namespace {
 
@@ -29,6 +32,9 @@ const std::map<std::string, OwnerFactory>& ownerFactories()
 {
     static const std::map<std::string, OwnerFactory> table = {
         {"config", own<DevConfigMng>},
+        {"gnss", own<DevGNSSMng>},
+        {"trace", own<VehTraceMng>},
+        {"vehicle", own<VehStatusMng>},
     };
     return table;
 }
