@@ -106,7 +106,11 @@ std::vector<GeoCoordinates> geoPoints(Sequence& seq)
         geo(151.2093, -33.8688), geo(0.0, 89.9), geo(179.9999, -0.0001), geo(116.0, 39.9),
     };
     for (int i = 0; i < 60; ++i) {
-        v.push_back(geo(116.0 + seq.next(-0.01, 0.01), 39.9 + seq.next(-0.01, 0.01)));
+        // Drawn one by one: the order of evaluating function arguments is
+        // unspecified and differs between compilers for the two targets.
+        double lon = 116.0 + seq.next(-0.01, 0.01);
+        double lat = 39.9 + seq.next(-0.01, 0.01);
+        v.push_back(geo(lon, lat));
     }
     return v;
 }
@@ -260,9 +264,10 @@ int compareTables(const char* pathA, const char* pathB)
             ++oneUlp;
             oneUlpFunctions.insert(function);
         } else {
-            ++beyond;
+            if (++beyond <= 20) {
+                std::cout << "differs: " << name << " " << std::hex << x << " " << y << std::dec << "\n";
+            }
             beyondFunctions.insert(function);
-            std::cout << "differs: " << name << " " << std::hex << x << " " << y << std::dec << "\n";
         }
     }
     std::cout << order.size() << " cases: " << identical << " identical, " << oneUlp << " within 1 ulp, "
