@@ -31,14 +31,16 @@ struct Walk {
     const char* buf;
     int at;
     int end;
-    int fault;  // 0 while the walk is sound, else an LMMessageCheck code
+    int fault;    // 0 while the walk is sound, else an LMMessageCheck code
+    int faultAt;  // where the field at fault starts
 
     bool ok() const { return fault == 0; }
 
-    bool failWith(int code)
+    bool failWith(int code, int fieldAt)
     {
         if (fault == 0) {
             fault = code;
+            faultAt = fieldAt;
         }
         return false;
     }
@@ -49,7 +51,7 @@ struct Walk {
             return false;
         }
         if (end - at < n) {
-            return failWith(LMMessageCheck::TRUNCATED);
+            return failWith(LMMessageCheck::TRUNCATED, at);
         }
         at += n;
         return true;
@@ -63,11 +65,11 @@ struct Walk {
             return false;
         }
         if (end - at < 2) {
-            return failWith(LMMessageCheck::TRUNCATED);
+            return failWith(LMMessageCheck::TRUNCATED, at);
         }
         short len = 0;
         SerializeTool::Byte2Short(buf, &at, &len);
-        return len >= 0 || failWith(LMMessageCheck::MALFORMED);
+        return len >= 0 || failWith(LMMessageCheck::MALFORMED, at - 2);
     }
 
     // A name's length byte and its bytes.
@@ -78,7 +80,7 @@ struct Walk {
         }
         int n = (uint8_t)buf[at - 1];
         if (n > NAME_MAX_LEN) {
-            return failWith(LMMessageCheck::MALFORMED);
+            return failWith(LMMessageCheck::MALFORMED, at - 1);
         }
         return skip(n);
     }
@@ -91,13 +93,13 @@ struct Walk {
             return false;
         }
         if (end - at < 4) {
-            return failWith(LMMessageCheck::TRUNCATED);
+            return failWith(LMMessageCheck::TRUNCATED, at);
         }
         int value = 0;
         SerializeTool::Byte2Int(buf, &at, &value);
         *n = value > 0 ? value : 0;
         if ((int64_t)*n * minRecord > (int64_t)(end - at)) {
-            return failWith(LMMessageCheck::TRUNCATED);
+            return failWith(LMMessageCheck::TRUNCATED, at - 4);
         }
         return true;
     }
@@ -189,11 +191,19 @@ struct Walk {
 
 int LMMessageCheck::checkNodeList(const char* buf, int pos, int len)
 {
+    return checkNodeList(buf, pos, len, nullptr);
+}
+
+int LMMessageCheck::checkNodeList(const char* buf, int pos, int len, int* faultAt)
+{
     if (buf == nullptr || pos < 0 || len < 0 || len > INT_MAX - pos) {
         return BAD_ARGS;
     }
-    Walk walk{buf, pos, pos + len, 0};
+    Walk walk{buf, pos, pos + len, 0, 0};
     if (!walk.nodeList()) {
+        if (faultAt != nullptr) {
+            *faultAt = walk.faultAt - pos;
+        }
         return walk.fault;
     }
     return walk.at - pos;

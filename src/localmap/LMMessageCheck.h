@@ -25,6 +25,10 @@ public:
     // the cost stays linear in len whatever the counts say. A negative count
     // announces no records, as the decoder reads it.
     static int checkNodeList(const char* buf, int pos, int len);
+    // The same; on MALFORMED or TRUNCATED, *faultAt (when not null) receives
+    // the offset from pos of the field at fault: the length, name length or
+    // count that is wrong, or the field that runs past the end.
+    static int checkNodeList(const char* buf, int pos, int len, int* faultAt);
 
     // Decodes a received node list into mng's local map exactly as
     // LMNodeListMng::DeSerialize does, once checkNodeList has passed it.

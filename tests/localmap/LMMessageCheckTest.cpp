@@ -118,14 +118,21 @@ protected:
     static constexpr int ANY_FAULT = 0;
 
     // Runs the checked decoder on exactly `n` bytes of `bytes` and expects
-    // `code` (any negative code for ANY_FAULT), with the cursor and the map
-    // as they were.
-    void expectRefused(const std::vector<char>& bytes, size_t n, int code, const std::string& what)
+    // `code` (any negative code for ANY_FAULT) reported at `faultAt` (when
+    // not -1), with the cursor and the map as they were.
+    void expectRefused(const std::vector<char>& bytes, size_t n, int code, const std::string& what,
+                       int faultAt = -1)
     {
         resetMap();
         std::unique_ptr<char[]> copy = exactCopy(bytes, n);
         int pos = 0;
-        int checked = LMMessageCheck::checkNodeList(copy.get(), 0, (int)n);
+        int reportedAt = -1;
+        int checked = LMMessageCheck::checkNodeList(copy.get(), 0, (int)n, &reportedAt);
+        EXPECT_GE(reportedAt, 0) << what;
+        EXPECT_LE(reportedAt, (int)n) << what;
+        if (faultAt != -1) {
+            EXPECT_EQ(reportedAt, faultAt) << what;
+        }
         int decoded = LMMessageCheck::DeSerializeChecked(&mng, copy.get(), &pos, (int)n);
         EXPECT_EQ(decoded, checked) << what;
         if (code == ANY_FAULT) {
@@ -226,7 +233,7 @@ TEST_F(LMMessageCheckTest, CountsBeyondTheDataAreRefused)
             std::vector<char> bytes = minimalMessage();
             putInt(&bytes, at, count);
             expectRefused(bytes, bytes.size(), count == 2 ? ANY_FAULT : LMMessageCheck::TRUNCATED,
-                          "count " + std::to_string(count) + " at " + std::to_string(at));
+                          "count " + std::to_string(count) + " at " + std::to_string(at), count == 2 ? -1 : at);
         }
     }
 }
@@ -254,7 +261,7 @@ TEST_F(LMMessageCheckTest, NamesOver64BytesAreRefused)
             int trustedPos = 0;
             EXPECT_EQ(mng.DeSerialize(bytes.data(), &trustedPos, (int)bytes.size()), -2);
             expectRefused(bytes, bytes.size(), LMMessageCheck::MALFORMED,
-                          "name length " + std::to_string(n) + " at " + std::to_string(at));
+                          "name length " + std::to_string(n) + " at " + std::to_string(at), at);
         }
     }
 }
@@ -269,7 +276,7 @@ TEST_F(LMMessageCheckTest, NegativeRecordLengthsAreRefusedAsTheTrustedDecoderDoe
             int trustedPos = 0;
             EXPECT_EQ(mng.DeSerialize(bytes.data(), &trustedPos, (int)bytes.size()), -2) << "length at " << at;
             expectRefused(bytes, bytes.size(), LMMessageCheck::MALFORMED,
-                          "length " + std::to_string(len) + " at " + std::to_string(at));
+                          "length " + std::to_string(len) + " at " + std::to_string(at), at);
         }
     }
 }
