@@ -12,6 +12,7 @@
 #include "space/DevGNSSMng.h"
 #include "space/SpaceToolGeo.h"
 #include "support/ProcessHelpers.h"
+#include "PackedValue.h"
 
 namespace {
 
@@ -88,9 +89,9 @@ TEST(GNSS, RefreshMovable2DTurnsCompassHeadingIntoPlaneAngle)
         g.speed = 10.0f;
         g.refreshMovable2D();
         EXPECT_NEAR(g.motion.heading, c.expected, 1e-6) << c.heading;  // float headings
-        EXPECT_GE(g.motion.heading, 0.0);
-        EXPECT_LT(g.motion.heading, TWO_PI);
-        EXPECT_EQ(g.motion.speed, 10.0);
+        EXPECT_GE(copyOf(g.motion.heading), 0.0);
+        EXPECT_LT(copyOf(g.motion.heading), TWO_PI);
+        EXPECT_EQ(copyOf(g.motion.speed), 10.0);
         EXPECT_NEAR(g.motion.speedX, 10.0 * cos(c.expected), 1e-5);
         EXPECT_NEAR(g.motion.speedY, 10.0 * sin(c.expected), 1e-5);
     }
@@ -98,11 +99,11 @@ TEST(GNSS, RefreshMovable2DTurnsCompassHeadingIntoPlaneAngle)
     GNSS g;
     g.heading = 90.0f;
     g.refreshMovable2D();
-    EXPECT_EQ(g.motion.heading, 0.0);
+    EXPECT_EQ(copyOf(g.motion.heading), 0.0);
     g.heading = std::nextafter(90.0f, 100.0f);
     g.refreshMovable2D();
-    EXPECT_GT(g.motion.heading, TWO_PI - 1e-5);
-    EXPECT_LT(g.motion.heading, TWO_PI);
+    EXPECT_GT(copyOf(g.motion.heading), TWO_PI - 1e-5);
+    EXPECT_LT(copyOf(g.motion.heading), TWO_PI);
 }
 
 TEST(GNSS, RefreshMovable2DTimeWithinTheMinute)
@@ -111,11 +112,11 @@ TEST(GNSS, RefreshMovable2DTimeWithinTheMinute)
     g.time.second = 59;
     g.time.millisecond = 999;
     g.refreshMovable2D();
-    EXPECT_EQ(g.motion.time, 59999);
+    EXPECT_EQ(copyOf(g.motion.time), 59999);
     g.time.second = 0;
     g.time.millisecond = 7;
     g.refreshMovable2D();
-    EXPECT_EQ(g.motion.time, 7);
+    EXPECT_EQ(copyOf(g.motion.time), 7);
 }
 
 TEST(GNSS, PredictionAfterKnownAge)
@@ -143,8 +144,8 @@ TEST(GNSS, PredictionAfterKnownAge)
         EXPECT_NEAR(out.latitude, lat + SpaceToolGeo::LatitudeForMeter(c.north),
                     SpaceToolGeo::LatitudeForMeter(slack)) << c.heading;
         if (c.heading == 90.0f) {
-            EXPECT_EQ(out.latitude, lat);  // sin(0) is exactly 0
-            EXPECT_GT(out.longitude, 116.0 + SpaceToolGeo::LongitudeForMeter(lat, 19.999));
+            EXPECT_EQ(copyOf(out.latitude), lat);  // sin(0) is exactly 0
+            EXPECT_GT(copyOf(out.longitude), 116.0 + SpaceToolGeo::LongitudeForMeter(lat, 19.999));
         }
     }
 }
@@ -156,11 +157,11 @@ TEST(GNSS, PredictionAfterFixedAgeIsExact)
     GNSS g = fixAt(116.0, 39.9, 10.0f, 90.0f, 0.0);
     GeoCoordinates out;
     g.predictGeoCoordinatesAfter(2.0, &out);
-    EXPECT_EQ(out.longitude, 116.0 + SpaceToolGeo::LongitudeForMeter(39.9, 20.0));
-    EXPECT_EQ(out.latitude, 39.9);
+    EXPECT_EQ(copyOf(out.longitude), 116.0 + SpaceToolGeo::LongitudeForMeter(39.9, 20.0));
+    EXPECT_EQ(copyOf(out.latitude), 39.9);
     // A negative age (a clock stepped back) predicts backwards.
     g.predictGeoCoordinatesAfter(-2.0, &out);
-    EXPECT_EQ(out.longitude, 116.0 + SpaceToolGeo::LongitudeForMeter(39.9, -20.0));
+    EXPECT_EQ(copyOf(out.longitude), 116.0 + SpaceToolGeo::LongitudeForMeter(39.9, -20.0));
     // The heading is not normalised: 450 degrees drives like 90.
     g.heading = 450.0f;
     GeoCoordinates wrapped;
@@ -180,11 +181,11 @@ TEST(GNSS, PredictionWritesOnlyLongitudeAndLatitude)
     g.predictPresentGeoCoordinates(&out);
     EXPECT_EQ(out.latHemisphere, 'S');
     EXPECT_EQ(out.lonHemisphere, 'W');
-    EXPECT_EQ(out.altitude, 123.5);
-    EXPECT_EQ(out.longitude, 116.0);  // standing still
-    EXPECT_EQ(out.latitude, 39.9);
+    EXPECT_EQ(copyOf(out.altitude), 123.5);
+    EXPECT_EQ(copyOf(out.longitude), 116.0);  // standing still
+    EXPECT_EQ(copyOf(out.latitude), 39.9);
     // Needs no refreshMovable2D: motion stays default.
-    EXPECT_EQ(g.motion.speed, 0.0);
+    EXPECT_EQ(copyOf(g.motion.speed), 0.0);
 }
 
 TEST(GNSS, FixCommittedInOneProcessIsReadInAnother)
@@ -210,8 +211,8 @@ TEST(GNSS, FixCommittedInOneProcessIsReadInAnother)
     });
     ASSERT_EQ(waitChild(child), 0);
     ASSERT_EQ(owner.update(), 1);
-    EXPECT_EQ(owner.gnss.speed, 3.0f);
-    EXPECT_EQ(owner.gnss.position.longitude, 116.25);
+    EXPECT_EQ(copyOf(owner.gnss.speed), 3.0f);
+    EXPECT_EQ(copyOf(owner.gnss.position.longitude), 116.25);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/ProcessHelpers.h"
+#include "PackedValue.h"
 
 namespace {
 
@@ -70,7 +71,7 @@ TEST(VehTraceMng, RingAfterThreeFiveHundredAndFiveHundredOneInserts)
         for (int back = 0; back < ring->count; ++back) {
             int slot = ring->slotOf(back);
             ASSERT_GE(slot, 0);
-            EXPECT_EQ(ring->trace[slot].speed, (float)(c.inserts - back)) << c.inserts << " back " << back;
+            EXPECT_EQ(copyOf(ring->trace[slot].speed), (float)(c.inserts - back)) << c.inserts << " back " << back;
         }
         EXPECT_EQ(ring->slotOf(ring->count), -1);
         EXPECT_EQ(ring->slotOf(-1), -1);
@@ -83,12 +84,12 @@ TEST(VehTraceMng, FirstFixAfterResetLandsInSlotOne)
     GNSS blank;
     EXPECT_EQ(memcmp(&ring->trace[0], &blank, sizeof blank), 0);
     for (int slot = 1; slot <= 3; ++slot) {
-        EXPECT_EQ(ring->trace[slot].speed, (float)slot);
+        EXPECT_EQ(copyOf(ring->trace[slot].speed), (float)slot);
     }
     EXPECT_EQ(memcmp(&ring->trace[4], &blank, sizeof blank), 0);
     // Slot 0 is first written by the 500th fix.
     ring = ringAfter(500);
-    EXPECT_EQ(ring->trace[0].speed, 500.0f);
+    EXPECT_EQ(copyOf(ring->trace[0].speed), 500.0f);
 }
 
 TEST(VehTraceMng, InsertPrintsCountAndIndex)
@@ -106,7 +107,7 @@ TEST(VehTraceMng, ResetKeepsTheSlots)
     EXPECT_EQ(VehTraceMng::initVehTrace(ring.get(), nullptr), 1);
     EXPECT_EQ(ring->index, 0);
     EXPECT_EQ(ring->count, 0);
-    EXPECT_EQ(ring->trace[5].speed, 5.0f);
+    EXPECT_EQ(copyOf(ring->trace[5].speed), 5.0f);
 }
 
 TEST(VehTraceMng, DamagedIndexAndCountAreBoundedBeforeUse)
@@ -129,7 +130,7 @@ TEST(VehTraceMng, DamagedIndexAndCountAreBoundedBeforeUse)
         quietly([&] { EXPECT_EQ(VehTraceMng::insertOneGNSS2Trace(ring.get(), &g), 1); });
         EXPECT_EQ(ring->index, c.newIndex) << c.index;
         EXPECT_EQ(ring->count, c.newCount) << c.count;
-        EXPECT_EQ(ring->trace[c.newIndex].speed, 77.0f);
+        EXPECT_EQ(copyOf(ring->trace[c.newIndex].speed), 77.0f);
     }
     // A reader's walk never leaves the ring either.
     VehTrace bad;
@@ -160,7 +161,7 @@ TEST(VehTraceMng, OwnerResetsAndReadersSeeInserts)
     ASSERT_EQ(reader.update(), 1);
     EXPECT_EQ(reader.trace.index, 3);
     EXPECT_EQ(reader.trace.count, 3);
-    EXPECT_EQ(reader.trace.trace[3].speed, 3.0f);
+    EXPECT_EQ(copyOf(reader.trace.trace[3].speed), 3.0f);
 }
 
 TEST(VehTraceMng, ConcurrentWritersLoseNoFix)
