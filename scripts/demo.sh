@@ -117,9 +117,38 @@ step_nothing_left() {
     v2xshm config list || echo "(exit code $?)"
 }
 
+step_gnss() {
+    step "A positioning process pushes fixes of a car driving east at 10 m/s, taken a second apart"
+    local lon
+    for i in 0 1 2 3; do
+        # 10 m east per second at latitude 39.9073: 10 / cos(lat) / 111195 degrees.
+        lon=$(awk -v i="$i" 'BEGIN { printf "%.7f", 116.3912 + i * 10 / cos(39.9073 * 3.141592653589793 / 180) / 111195 }')
+        v2xshm gnss push --lon "$lon" --lat 39.9073 --speed 10 --heading 90 --time-ms "$((i * 1000))"
+    done
+
+    step "One second later: the latest fix, its age and the position predicted for now (about 10 m further east)"
+    run sleep 1
+    v2xshm show gnss
+    v2xshm --json show gnss
+
+    step "The trace, newest first"
+    v2xshm show trace
+    v2xshm show trace -n 2
+
+    step "Bad fixes are refused with one line and nothing is written"
+    v2xshm gnss push --lon 116.4 --lat 39.9 --speed 10 --heading 360 || echo "(exit code $?)"
+    v2xshm gnss push --lon 116.4 --lat 95 --speed 10 --heading 90 || echo "(exit code $?)"
+
+    step "A control process raises the disabled-vehicle event; it is marked as set by hand"
+    v2xshm vehicle disabled on
+    v2xshm show vehicle
+    v2xshm vehicle disabled off
+}
+
 step_start_owner
 step_config
 step_status
 # Further steps (GNSS, map) go here, while the owner runs.
+step_gnss
 step_stop_owner
 step_nothing_left
