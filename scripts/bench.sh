@@ -38,6 +38,12 @@ PAIRS = [
     ("1 MiB update / memcpy",                  "BM_UpdateFromSHM/1048576", "BM_UpdateFloor/1048576"),
     ("list lock P+V / bare semop pair",        "BM_SemaphorePV", "BM_SemopPairFloor"),
     ("list lock P+V / shared pthread mutex",   "BM_SemaphorePV", "BM_SharedMutexPair"),
+    ("sample map DeSerialize / memcpy",        "BM_MapDeSerialize/0", "BM_MapMessageMemcpyFloor/0"),
+    ("large map DeSerialize / memcpy",         "BM_MapDeSerialize/1", "BM_MapMessageMemcpyFloor/1"),
+    ("sample map checked / trusted decode",    "BM_MapDeSerializeChecked/0", "BM_MapDeSerialize/0"),
+    ("large map checked / trusted decode",     "BM_MapDeSerializeChecked/1", "BM_MapDeSerialize/1"),
+    ("map update (505 KiB) / 1 MiB memcpy",    "BM_MapUpdateHalfList", "BM_Memcpy1MiBFloor"),
+    ("location search / bare geometry",        "BM_MapLocation", "BM_MapLocationGeometryFloor"),
 ]
 medians = {}
 for b in json.load(open(sys.argv[1]))["benchmarks"]:
@@ -49,4 +55,35 @@ for label, bench, floor in PAIRS:
     if bench in medians and floor in medians:
         b, f = medians[bench], medians[floor]
         print("%-42s %9.2fx %9.2fx" % (label, b[0] / f[0], b[1] / f[1]))
+PY
+
+# The local map's figures against their targets: decoding speed beside
+# memcpy, update within 5x of copying 1 MiB, at most 40 ns per segment.
+python3 - "$OUT" <<'PY'
+import json, sys
+runs = {}
+for b in json.load(open(sys.argv[1]))["benchmarks"]:
+    if b.get("aggregate_name") == "median":
+        runs[b["run_name"]] = b
+if "BM_MapDeSerialize/0" not in runs:
+    sys.exit(0)
+print()
+print("local map (medians)")
+for arg, what in (("0", "sample intersection"), ("1", "large synthetic map")):
+    d, c, m = (runs.get(n + "/" + arg) for n in ("BM_MapDeSerialize", "BM_MapDeSerializeChecked", "BM_MapMessageMemcpyFloor"))
+    if d and c and m:
+        print("  DeSerialize, %-20s %8.0f MB/s (checked %6.0f MB/s, memcpy %8.0f MB/s), %d bytes"
+              % (what, d["bytes_per_second"] / 1e6, c["bytes_per_second"] / 1e6, m["bytes_per_second"] / 1e6,
+                 d["message_bytes"]))
+u, f = runs.get("BM_MapUpdateHalfList"), runs.get("BM_Memcpy1MiBFloor")
+if u and f:
+    ratio = u["real_time"] / f["real_time"]
+    print("  update() of a %d-byte image: %.0f us, %.1fx memcpy of 1 MiB (target 5x): %s"
+          % (u["image_bytes"], u["real_time"] / 1000.0 if u["time_unit"] == "ns" else u["real_time"], ratio,
+             "met" if ratio <= 5.0 else "NOT met"))
+l, g = runs.get("BM_MapLocation"), runs.get("BM_MapLocationGeometryFloor")
+if l and g:
+    ns = l["time_per_segment"] * 1e9
+    print("  location search: %.1f ns per segment over %d segments (bare geometry %.1f ns; target 40 ns): %s"
+          % (ns, l["segments"], g["time_per_segment"] * 1e9, "met" if ns <= 40.0 else "NOT met"))
 PY

@@ -55,9 +55,10 @@ struct ApproachSpec {
     std::vector<std::pair<uint8_t, float>> limits;  // (type, m/s)
 };
 
+// Over a zeroed 64-byte name field; no terminator needed at 64 bytes.
 void setName(char* field, const char* text)
 {
-    strncpy(field, text, 64);
+    memcpy(field, text, strnlen(text, 64));
 }
 
 LMPointBase pointAt(double east, double north)
