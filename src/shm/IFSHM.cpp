@@ -3,23 +3,41 @@
 #include <alloca.h>
 #include <cstring>
 #include <exception>
+#include <sys/ipc.h>
+#include <sys/shm.h>
 
 #include "shm/SHMTool.h"
+
+namespace {
+
+// Attaches the list's segment. Leaves *addr null when that fails (init_shm
+// leaves (void*)-1) or when a segment made earlier with a smaller size is
+// found: every transfer copies the full size and would run past its end.
+void attachList(int key, int size, void** addr)
+{
+    int shmId = SHMTool::init_shm(key, size, addr);
+    if (shmId == -1) {
+        *addr = nullptr;
+        return;
+    }
+    struct shmid_ds ds;
+    if (shmctl(shmId, IPC_STAT, &ds) != 0 || ds.shm_segsz < (size_t)size) {
+        SHMTool::close_shm(addr);
+        *addr = nullptr;
+    }
+}
+
+}  // namespace
 
 IF_SHM::IF_SHM(int key, int size, bool isOwner)
     : shmKey(key), shmSize(size), isOwner(isOwner)
 {
     if (isOwner) {
-        // A failed attach leaves (void*)-1, which clean_shm would write to.
-        if (SHMTool::init_shm(key, size, &shmAddr) == -1) {
-            shmAddr = nullptr;
-        }
+        attachList(key, size, &shmAddr);
         SHMTool::clean_shm(&shmAddr, size);
         SHMTool::createSem(key, &semId);
     } else {
-        if (SHMTool::init_shm(key, size, &shmAddr) == -1) {
-            shmAddr = nullptr;
-        }
+        attachList(key, size, &shmAddr);
         semId = SHMTool::getSem(key);
     }
 }

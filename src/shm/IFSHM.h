@@ -6,8 +6,9 @@
 // removes both at destruction; every other process attaches, and a process
 // that attaches before the owner blocks at its first transfer until the owner
 // starts. All transfers run under the list's semaphore and never hold two.
-// A manager whose segment could not be made or attached answers -1 to every
-// transfer without taking the lock.
+// A manager whose segment could not be made or attached, or is smaller than
+// the list (made first by a process that asked for less), answers -1 to
+// every transfer without taking the lock.
 class IF_SHM {
 public:
     IF_SHM(int key, int size, bool isOwner);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ShmTestSupport.h"
+#include "shm/SHMTool.h"
 #include "support/ProcessHelpers.h"
 
 namespace {
@@ -216,4 +217,21 @@ TEST_F(IF_SHM_, ListWithoutSegmentAnswersMinusOneWithoutWaiting)
     });
     EXPECT_EQ(waitChild(user, 5000), 0);
     EXPECT_FALSE(segmentExists(RAW_KEY));
+}
+
+TEST_F(IF_SHM_, SegmentSmallerThanTheListIsRefusedNotOverrun)
+{
+    void* early = nullptr;
+    ASSERT_NE(SHMTool::init_shm(RAW_KEY, 16, &early), -1);  // made first, too small
+    memset(early, 0x44, 16);
+    {
+        RawList owner(RAW_KEY, SIZE, true);
+        unsigned char buf[SIZE] = {};
+        EXPECT_EQ(owner.commit2SHM(buf, SIZE), -1);
+        EXPECT_EQ(owner.updateFromSHM(buf, SIZE), -1);
+        EXPECT_EQ(((unsigned char*)early)[0], 0x44) << "not cleared either";
+        EXPECT_EQ(semValue(RAW_KEY), 1);
+    }
+    SHMTool::close_shm(&early);
+    EXPECT_FALSE(segmentExists(RAW_KEY)) << "the owner still removes what it found";
 }
