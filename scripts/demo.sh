@@ -1,8 +1,12 @@
 #!/usr/bin/env bash
-# A short session with the shared lists of a unit, run in a private IPC
-# namespace so that nothing touches (or is left on) the machine:
-# start the owner, set configuration values from one process, read them from
-# others, look at the status, stop the owner and show that nothing is left.
+# A session with the shared lists of a unit, run in a private IPC namespace so
+# that nothing touches (or is left on) the machine: start the owner, a glance
+# at the configuration, the status and a GNSS fix, then the main part: load
+# the sample intersection's map as a receiving process would, drive a
+# simulated car along one approach with a fix every 100 ms of simulated time,
+# and print at each step where the car is in the map (node, link, distance to
+# the stop line, speed limits), through the intersection until it is out of
+# reach; finally stop the owner and show that nothing is left.
 #
 # Usage: scripts/demo.sh    (builds the host tool into build/host if needed)
 set -euo pipefail
@@ -81,21 +85,10 @@ step_start_owner() {
 }
 
 step_config() {
-    step "Set configuration values; each command is a process of its own"
+    step "Configuration: set from one process, read from another"
     v2xshm config set node_id i32 1024
-    v2xshm config set radio_channel u8 180
-    v2xshm config set tx_power_dbm f64 20.5
-    v2xshm config set log_host text 127.0.0.1
-    v2xshm config set serial i64 4311744512
-
-    step "Read them back from other processes"
     v2xshm config get node_id
-    v2xshm config get tx_power_dbm f64
-    v2xshm config list
-    v2xshm --json config get log_host
-
-    step "Bad input is refused with one line and changes nothing"
-    v2xshm config set radio_channel u8 300 || echo "(exit code $?)"
+    v2xshm config set radio_channel u8 300 || echo "(refused, exit code $?; nothing written)"
 }
 
 step_status() {
@@ -118,37 +111,68 @@ step_nothing_left() {
 }
 
 step_gnss() {
-    step "A positioning process pushes fixes of a car driving east at 10 m/s, taken a second apart"
-    local lon
-    for i in 0 1 2 3; do
-        # 10 m east per second at latitude 39.9073: 10 / cos(lat) / 111195 degrees.
-        lon=$(awk -v i="$i" 'BEGIN { printf "%.7f", 116.3912 + i * 10 / cos(39.9073 * 3.141592653589793 / 180) / 111195 }')
-        v2xshm gnss push --lon "$lon" --lat 39.9073 --speed 10 --heading 90 --time-ms "$((i * 1000))"
+    step "A positioning process pushes a fix; readers see it with its age and the position predicted for now"
+    v2xshm gnss push --lon 116.3912 --lat 39.9073 --speed 10 --heading 90
+    v2xshm show gnss
+    v2xshm gnss push --lon 116.4 --lat 95 --speed 10 --heading 90 || echo "(refused, exit code $?)"
+}
+
+# The sample intersection (data/sample-intersection.map): Harbour St / Mill Rd,
+# node 1001 at 30 N 120.12 E, and its neighbour 1002 420 m east.
+SAMPLE_MAP="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/data/sample-intersection.map"
+
+# lonlat EAST NORTH: the point EAST and NORTH metres from node 1001.
+lonlat() {
+    awk -v e="$1" -v n="$2" 'BEGIN { printf "%.9f %.9f", 120.12 + e / (111195 * 0.8660254037844387), 30 + n / 111195 }'
+}
+
+step_map() {
+    step "A receiving process gets the map of the intersection: checked, merged into the shared list"
+    v2xshm map load "$SAMPLE_MAP"
+    head -c 2000 "$SAMPLE_MAP" >"$WORK/cut.map"
+    v2xshm map load "$WORK/cut.map" || echo "(refused, exit code $?; the list is unchanged)"
+    echo "\$ v2xshm show map --node 1001 | grep -E 'node|link|limits'"
+    "$TOOL" show map --node 1001 | grep -E '^node|^  link|limits'
+}
+
+step_drive() {
+    step "Drive north on Mill Rd through the intersection: a fix every 100 ms of simulated time"
+    echo "Each step runs, as the unit's processes would:"
+    echo "  \$ v2xshm gnss push --lon LON --lat LAT --speed 12.5 --heading 0 --time-ms MS"
+    echo "  \$ v2xshm locate --gnss"
+    echo "The car keeps to the middle lane, 5.25 m east of Mill Rd's centre line; the stop line is 15 m"
+    echo "south of the centre; the approach has 3 lanes, so it is matched up to 15.5 m off its line."
+    echo "Past the stop line the distance is measured to the link's end, so it grows again."
+    echo
+    printf '%6s %9s  %s\n' "time" "north" "matched node and link, distance to the stop line, speed limits"
+    local i=0 north lon lat ms out misses=0
+    while [ "$misses" -lt 3 ]; do
+        north=$(awk -v i="$i" 'BEGIN { printf "%.2f", -120 + 1.25 * i }')
+        read -r lon lat <<<"$(lonlat 5.25 "$north")"
+        ms=$(( (i * 100) % 60000 ))
+        "$TOOL" gnss push --lon "$lon" --lat "$lat" --speed 12.5 --heading 0 --time-ms "$ms" >/dev/null
+        # Limits in km/h only, to keep each step on one line.
+        out=$("$TOOL" locate --gnss | sed -E 's| [0-9.]+ m/s \(([0-9.]+ km/h)\)| \1|g')
+        case $out in
+            "no link"*) misses=$((misses + 1)); out="out of reach: no link within reach (-2)" ;;
+            *) awk -v n="$north" 'BEGIN { exit !(n > -15) }' && out="$out  (past the stop line)" ;;
+        esac
+        printf '%5.1fs %8.2fm  %s\n' "$(awk -v i="$i" 'BEGIN { print i / 10 }')" "$north" "$out"
+        i=$((i + 1))
     done
 
-    step "One second later: the latest fix, its age and the position predicted for now (about 10 m further east)"
-    run sleep 1
-    v2xshm show gnss
-    v2xshm --json show gnss
+    step "The last location published stays, with its age, for readers to judge"
+    v2xshm show location
 
-    step "The trace, newest first"
-    v2xshm show trace
-    v2xshm show trace -n 2
-
-    step "Bad fixes are refused with one line and nothing is written"
-    v2xshm gnss push --lon 116.4 --lat 39.9 --speed 10 --heading 360 || echo "(exit code $?)"
-    v2xshm gnss push --lon 116.4 --lat 95 --speed 10 --heading 90 || echo "(exit code $?)"
-
-    step "A control process raises the disabled-vehicle event; it is marked as set by hand"
-    v2xshm vehicle disabled on
-    v2xshm show vehicle
-    v2xshm vehicle disabled off
+    step "Aging: the map is kept while it is refreshed within 10 s"
+    v2xshm map age
 }
 
 step_start_owner
 step_config
 step_status
-# Further steps (GNSS, map) go here, while the owner runs.
 step_gnss
+step_map
+step_drive
 step_stop_owner
 step_nothing_left
