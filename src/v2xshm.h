@@ -30,6 +30,7 @@
 #include "localmap/LMNodeListMng.h"
 #include "localmap/LMMapRes.h"
 #include "localmap/LMMapResMng.h"
+#include "localmap/LMMessageCheck.h"
 
 #include "status/VehStatus.h"
 #include "status/VehStatusMng.h"
