@@ -17,6 +17,7 @@ if [ "$seconds" -lt 60 ]; then
     seconds=60
 fi
 
+mkdir -p "$build"
 sanitizers="-fsanitize=address,undefined -fno-sanitize-recover=all"
 cmake -S "$root" -B "$build" -G Ninja \
     -DCMAKE_CXX_COMPILER=clang++ \
@@ -25,7 +26,7 @@ cmake -S "$root" -B "$build" -G Ninja \
     -DCMAKE_EXE_LINKER_FLAGS="$sanitizers" \
     -DCMAKE_SHARED_LINKER_FLAGS="$sanitizers" \
     -DV2XSHM_BUILD_FUZZ=ON -DV2XSHM_BUILD_TESTS=OFF -DV2XSHM_BUILD_TOOLS=OFF -DV2XSHM_BUILD_BENCH=OFF \
-    >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
+    >"$build/configure.log" 2>&1 || { cat "$build/configure.log"; exit 1; }
 ninja -C "$build" -j2 fuzz_nodelist fuzz_seeds
 
 seeds=$build/corpus/seeds
