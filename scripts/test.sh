@@ -342,7 +342,8 @@ fi
 
 step "Fuzzing the map message decoder"
 if [[ -f scripts/fuzz.sh ]]; then
-    if FUZZ_BUILD_DIR="$BUILD_ROOT/fuzz" bash scripts/fuzz.sh; then
+    if run_logged "$LOGS/fuzz.log" env FUZZ_BUILD_DIR="$BUILD_ROOT/fuzz" bash scripts/fuzz.sh; then
+        tail -n 1 "$LOGS/fuzz.log"
         record "fuzz" 1 0
     else
         record "fuzz" 0 1
