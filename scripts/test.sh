@@ -294,6 +294,15 @@ install_prefix() {
 step "Installed package: find_package and pkg-config"
 if [[ $HOST_OK == 0 ]] && prefix=$(install_prefix host); then
     ok=0 bad=0
+    # Both libraries installed; the shared one carries the ABI's major version.
+    if [[ -f $prefix/lib/libv2xshm.a ]] &&
+        readelf -d "$prefix/lib/libv2xshm.so" | grep -q 'SONAME.*\[libv2xshm\.so\.0\]'; then
+        echo "ok   libv2xshm.a and libv2xshm.so (SONAME libv2xshm.so.0)"
+        ok=$((ok + 1))
+    else
+        echo "FAIL installed libraries: libv2xshm.a, or libv2xshm.so with SONAME libv2xshm.so.0"
+        bad=$((bad + 1))
+    fi
     for mode in shared static pkgconfig; do
         case $mode in
             shared) opts=(-DCMAKE_PREFIX_PATH="$prefix") ;;
@@ -316,6 +325,7 @@ if [[ $HOST_OK == 0 ]] && prefix=$(install_prefix host); then
         fi
     fi
     record "installed package" "$ok" "$bad"
+    check_ipc_clean "the consumer runs"
 else
     echo "needs an installable host build"
     record "installed package" 0 1
@@ -332,6 +342,7 @@ elif [[ $HOST_OK == 0 && $ARM_OK == 0 ]]; then
     else
         record "geometry host/arm" 0 1
     fi
+    check_ipc_clean "the geometry comparison"
 elif $HAVE_ARM || $IN_CI; then
     record "geometry host/arm" 0 1
 else
