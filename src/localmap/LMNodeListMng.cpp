@@ -31,14 +31,14 @@ int LMNodeListMng::decodeImage(const char* image, std::map<int64_t, LMNodeExtend
     int32_t count = 0;
     memcpy(&count, image, sizeof count);
     int pos = (int)sizeof count;
-    LMNodeExtend scratch;
+    LMRecordTool::MapRefill<int64_t, LMNodeExtend> refill(out);
     for (int32_t i = 0; i < count && pos < SHM_SIZE; ++i) {
         // A writer that died halfway may have left a count or a node that
         // runs past the segment: never read beyond it.
-        if (scratch.buffer2Obj(image, &pos, SHM_SIZE) < 0) {
+        if (refill.next()->buffer2Obj(image, &pos, SHM_SIZE) < 0) {
             return -1;
         }
-        LMRecordTool::put(out, scratch);
+        refill.store();
     }
     return 1;
 }
@@ -64,16 +64,22 @@ int LMNodeListMng::encodeImage(char* image, const std::map<int64_t, LMNodeExtend
     return 1;
 }
 
+char* LMNodeListMng::imageBuffer()
+{
+    if (segmentImage.size() != (size_t)SHM_SIZE) {
+        segmentImage.resize(SHM_SIZE);
+    }
+    return segmentImage.data();
+}
+
 int LMNodeListMng::commit()
 {
     try {
-        // The image is built on the heap: 1 MiB exceeds what the threads of
-        // the unit's processes can spare on their stacks.
-        std::vector<char> image(SHM_SIZE);
-        if (encodeImage(image.data(), nodes) < 0) {
+        char* buf = imageBuffer();
+        if (encodeImage(buf, nodes) < 0) {
             return -1;
         }
-        return commit2SHM(image.data(), SHM_SIZE);
+        return commit2SHM(buf, SHM_SIZE);
     } catch (const std::exception&) {
         return -1;
     }
@@ -82,11 +88,12 @@ int LMNodeListMng::commit()
 int LMNodeListMng::update()
 {
     try {
-        // Zero-filled, so an image that could not be read is an empty list.
-        std::vector<char> image(SHM_SIZE);
-        updateFromSHM(image.data(), SHM_SIZE);
-        nodes.clear();
-        return decodeImage(image.data(), &nodes);
+        char* buf = imageBuffer();
+        if (updateFromSHM(buf, SHM_SIZE) < 0) {
+            // Nothing was read: an empty list, not what an earlier read left.
+            memset(buf, 0, SHM_SIZE);
+        }
+        return decodeImage(buf, &nodes);
     } catch (const std::exception&) {
         return -1;
     }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <vector>
 
 #include "localmap/LMMapRes.h"
 #include "localmap/LMNodeExtend.h"
@@ -66,12 +67,20 @@ public:
     std::map<int64_t, LMNodeExtend> nodes;  // the local copy, by nodeId
 
 private:
-    // Decodes the node list of a segment image into out (by nodeId).
-    // 1, or -1 at the first node that does not decode within the image.
+    // Replaces out by the node list of a segment image (by nodeId), reusing
+    // the allocations of the nodes out held. 1, or -1 at the first node that
+    // does not decode within the image (out then holds the nodes before it).
     static int decodeImage(const char* image, std::map<int64_t, LMNodeExtend>* out);
     // Zeroes image and writes the node list. 1, or -1 with the image left
     // untouched when the nodes do not fit.
     static int encodeImage(char* image, const std::map<int64_t, LMNodeExtend>& list);
+    // The 1 MiB image buffer, allocated at the first use (may throw).
+    char* imageBuffer();
+
+    // The image that commit and update build and read, kept between calls:
+    // the list is read every cycle, and allocating and clearing 1 MiB each
+    // time cost more than decoding the nodes in it. Too large for the stack.
+    std::vector<char> segmentImage;
 };
 
 #endif

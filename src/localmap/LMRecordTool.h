@@ -10,6 +10,7 @@
 #include <cstring>
 #include <map>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "codec/SerializeTool.h"
@@ -100,7 +101,7 @@ public:
             if (child.DeSerialize(buf, p, len) < 0) {
                 return false;
             }
-            put(c, child);
+            put(c, std::move(child));
         }
         return true;
     }
@@ -147,8 +148,8 @@ public:
         return 1;
     }
 
-    // Reverses writeGroup, reusing one working child. False when a child
-    // fails or the group would reach past end.
+    // Reverses writeGroup. False when a child fails or the group would reach
+    // past end; the container then holds the children read before.
     template <typename Child, typename Container>
     static bool readGroup(const char* buf, int* pos, int end, Container* c)
     {
@@ -156,15 +157,7 @@ public:
         if (!readImage(buf, pos, end, &n)) {
             return false;
         }
-        c->clear();
-        Child work;
-        for (uint32_t i = 0; i < n; ++i) {
-            if (!readChild(buf, pos, end, &work)) {
-                return false;
-            }
-            put(c, work);
-        }
-        return true;
+        return readItems<Child>(buf, pos, end, n, c);
     }
 
     // Bytes a group's flattened image takes.
@@ -185,13 +178,100 @@ public:
     static int64_t keyOf(const LMMovementBase& r) { return r.remoteNodeId; }
     static int64_t keyOf(const LMNodeBase& r) { return r.nodeId; }
 
-    // Maps take the key from the value; vectors append.
+    // Maps take the key from the value (a later value replaces an earlier
+    // one with the same key); vectors append.
     template <typename K, typename V>
     static void put(std::map<K, V>* m, const V& v) { (*m)[keyOf(v)] = v; }
+    template <typename K, typename V>
+    static void put(std::map<K, V>* m, V&& v)
+    {
+        K key = keyOf(v);
+        m->insert_or_assign(key, std::move(v));
+    }
     template <typename V>
     static void put(std::vector<V>* c, const V& v) { c->push_back(v); }
+    template <typename V>
+    static void put(std::vector<V>* c, V&& v) { c->push_back(std::move(v)); }
+
+    // Refills a map with values decoded one after another, in ascending key
+    // order as the images hold them. The map's old entries are set aside and
+    // each new value is decoded into one of them, so that rebuilding a map
+    // that changed little reuses its tree nodes and the buffers of its values
+    // instead of freeing and allocating them all again. The values are
+    // rebuilt whole from their images, so the reuse never shows in them.
+    template <typename K, typename V>
+    class MapRefill {
+    public:
+        // Empties *m, keeping its entries aside.
+        explicit MapRefill(std::map<K, V>* m) : map(m) { spare.swap(*m); }
+
+        // The object to decode the next value into.
+        V* next()
+        {
+            if (spare.empty()) {
+                return &work;
+            }
+            node = spare.extract(spare.begin());
+            return &node.mapped();
+        }
+
+        // Stores the value just decoded under the key taken from it.
+        void store()
+        {
+            if (node.empty()) {
+                K key = keyOf(work);
+                map->insert_or_assign(map->end(), key, std::move(work));
+                return;
+            }
+            node.key() = keyOf(node.mapped());
+            auto at = map->insert(map->end(), std::move(node));
+            if (!node.empty()) {
+                // The key was there already: the later value wins.
+                at->second = std::move(node.mapped());
+                node = typename std::map<K, V>::node_type();
+            }
+        }
+
+    private:
+        std::map<K, V>* map;
+        std::map<K, V> spare;                    // old entries not reused yet
+        typename std::map<K, V>::node_type node;  // the entry being filled
+        V work;                                   // used once the spare ones run out
+    };
 
 private:
+    // The n children of a group: maps by key through MapRefill, vectors of
+    // packed records in one copy. Only the children lying wholly before end
+    // are kept, as a read child by child would keep them.
+    template <typename Child, typename K, typename V>
+    static bool readItems(const char* buf, int* pos, int end, uint32_t n, std::map<K, V>* c)
+    {
+        static_assert(std::is_same<Child, V>::value, "children of the map's type");
+        MapRefill<K, V> refill(c);
+        for (uint32_t i = 0; i < n; ++i) {
+            if (!readChild(buf, pos, end, refill.next())) {
+                return false;
+            }
+            refill.store();
+        }
+        return true;
+    }
+
+    template <typename Child, typename V>
+    static bool readItems(const char* buf, int* pos, int end, uint32_t n, std::vector<V>* c)
+    {
+        static_assert(std::is_same<Child, V>::value, "children of the vector's type");
+        static_assert(std::is_trivially_copyable<V>::value, "packed image");
+        long long room = *pos < 0 ? 0 : ((long long)end - *pos) / (long long)sizeof(V);
+        uint32_t whole = room < (long long)n ? (uint32_t)(room < 0 ? 0 : room) : n;
+        c->resize(whole);
+        if (whole > 0) {
+            memcpy(c->data(), buf + *pos, (size_t)whole * sizeof(V));
+        }
+        *pos += (int)(whole * sizeof(V));
+        return whole == n;
+    }
+
     template <typename K, typename V>
     static const V& valueOf(const std::pair<const K, V>& entry) { return entry.second; }
     template <typename V>
