@@ -7,6 +7,7 @@
 
 #include "codec/SerializeTool.h"
 #include "localmap/LMRecordTool.h"
+#include "space/SpaceTool.h"
 #include "space/SpaceToolGeo.h"
 
 namespace {
@@ -21,6 +22,60 @@ constexpr float DEFAULT_MAX_SPEED = 16.67f;  // 60 km/h in m/s
 constexpr float DEFAULT_MIN_SPEED = 0.0f;
 constexpr uint8_t SPEED_TYPE_MIN = 4;
 constexpr uint8_t SPEED_TYPE_MAX = 5;
+
+// Bounds of the exact skip of the location search (see cannotBeNearer).
+constexpr double SKIP_MARGIN = 1e-9;      // relative, and in metres
+constexpr double SKIP_MIN_SPAN = 1e-4;    // shortest segment skipped, relative to its reach
+constexpr double SKIP_MAX_REACH = 1e15;   // metres; beyond, the arithmetic is not trusted
+
+// East and north metres of a point from the vehicle.
+struct PlaneOffset {
+    double x;
+    double y;
+};
+
+// SpaceToolGeo::VectorInPlaneCoordinates with the vehicle as origin and the
+// cosine of its latitude given: the same expressions in the same order.
+PlaneOffset offsetOf(const GeoCoordinates& point, const GeoCoordinates& vehicle, double cosVehicle)
+{
+    return PlaneOffset{(point.longitude - vehicle.longitude) * cosVehicle * SpaceToolGeo::METERS_PER_DEGREE,
+                       (point.latitude - vehicle.latitude) * SpaceToolGeo::METERS_PER_DEGREE};
+}
+
+// Distance from 0 to the interval between a and b along one axis.
+double axisGap(double a, double b)
+{
+    if (a > 0.0 && b > 0.0) {
+        return a < b ? a : b;
+    }
+    if (a < 0.0 && b < 0.0) {
+        return a > b ? -a : -b;
+    }
+    return 0.0;
+}
+
+// True when SpaceTool::DistancePoint2LineSegment(0, 0, a, b) cannot come out
+// below best. No point of the segment is nearer than its bounding box; the
+// computed distance may fall short of the exact one by a few units in the
+// last place of the distance and of the ends' offsets, and by about
+// reach^2 / span of them through the line's coefficients. Requiring the box
+// to lie beyond best by SKIP_MARGIN of best and of reach, for segments not
+// much shorter than their reach and of sane size, leaves that far behind.
+// NaN or infinite offsets never skip.
+bool cannotBeNearer(PlaneOffset a, PlaneOffset b, double best)
+{
+    double reach = fabs(a.x) + fabs(a.y) + fabs(b.x) + fabs(b.y);
+    double spanX = fabs(b.x - a.x);
+    double spanY = fabs(b.y - a.y);
+    double span = spanX > spanY ? spanX : spanY;
+    if (!(reach <= SKIP_MAX_REACH) || !(span >= SKIP_MIN_SPAN * reach)) {
+        return false;
+    }
+    double gapX = axisGap(a.x, b.x);
+    double gapY = axisGap(a.y, b.y);
+    double limit = best + SKIP_MARGIN * (best + reach) + SKIP_MARGIN;
+    return gapX * gapX + gapY * gapY >= limit * limit;
+}
 
 }  // namespace
 
@@ -203,21 +258,40 @@ int LMNodeListMng::calcVehLocationInLM(GeoCoordinates position, double heading, 
     LMMapRes found;
     double bestDistance = NO_DISTANCE;
     int bestLaneNum = 0;
+    // Every segment distance projects the segment's ends into the plane
+    // centred on the vehicle, all with the cosine of the vehicle's latitude:
+    // take it once, and each point's offsets once, by the projection's own
+    // expressions, so that the distances come out bit for bit the same.
+    const double cosVehicle = cos(position.latitude * PI / 180.0);
     for (const auto& node : nodes) {
         for (const auto& link : node.second.links) {
             const std::vector<LMPointBase>& points = link.second.points;
+            if (points.size() < 2) {
+                continue;
+            }
+            PlaneOffset curAt = offsetOf(points[0], position, cosVehicle);
             for (size_t i = 1; i < points.size(); ++i) {
                 const LMPointBase& prev = points[i - 1];
                 const LMPointBase& cur = points[i];
+                PlaneOffset prevAt = curAt;
+                curAt = offsetOf(cur, position, cosVehicle);
+                // A segment wins when it heads the vehicle's way and lies
+                // nearer than the best so far. Most segments of a map lie too
+                // far away: skip them before any exact geometry, then test the
+                // distance (cheaper than the direction) first.
+                if (cannotBeNearer(prevAt, curAt, bestDistance)) {
+                    continue;
+                }
+                // SpaceToolGeo::DistancePoint2LineSegment(position, prev, cur).
+                double d = SpaceTool::DistancePoint2LineSegment(0.0, 0.0, prevAt.x, prevAt.y, curAt.x, curAt.y);
+                if (!(d < bestDistance)) {
+                    continue;
+                }
                 double direction = SpaceToolGeo::AngleOfVector(prev, cur);
                 // Not normalised on purpose: any difference above 2*pi - 30
                 // degrees also passes the wrap-around test.
                 double diff = fabs(heading - direction);
-                if (!(diff < HEADING_TOLERANCE || TWO_PI - diff < HEADING_TOLERANCE)) {
-                    continue;
-                }
-                double d = SpaceToolGeo::DistancePoint2LineSegment(position, prev, cur);
-                if (d < bestDistance) {
+                if (diff < HEADING_TOLERANCE || TWO_PI - diff < HEADING_TOLERANCE) {
                     found.upstreamNodeId = link.first;
                     found.nodeId = node.first;
                     found.dis2StopLine = SpaceToolGeo::DistancePoint2Point(position, cur) + cur.dis2End;
