@@ -3,66 +3,40 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
-#include <vector>
 
-namespace {
-
-std::vector<unsigned char> bytesOf(const ConfigInfo& info)
-{
-    const unsigned char* p = (const unsigned char*)&info;
-    return std::vector<unsigned char>(p, p + sizeof info);
-}
-
-}  // namespace
+#include "support/ByteImage.h"
 
 TEST(ConfigInfo, GoldenBytesOfAFourByteEntry)
 {
+    EXPECT_EQ(freshImage<ConfigInfo>(), Bytes(52, 0));
     ConfigInfo info;
     int32_t value = 0x01020304;
     ASSERT_EQ(info.setValue("speed", ConfigInfo::FOUR_BYTES, &value), 1);
-    std::vector<unsigned char> expected(52, 0);
-    const unsigned char head[] = {'s', 'p', 'e', 'e', 'd'};
-    memcpy(expected.data(), head, sizeof head);
-    expected[16] = 0x02;  // dataType 2, host order
-    expected[20] = 0x04;  // the value, host order
-    expected[21] = 0x03;
-    expected[22] = 0x02;
-    expected[23] = 0x01;
-    EXPECT_EQ(bytesOf(info), expected);
-    EXPECT_EQ(bytesOf(ConfigInfo()), std::vector<unsigned char>(52, 0));
+    Bytes expected(52, 0);
+    memcpy(expected.data(), "speed", 5);
+    expected[16] = 0x02;  // dataType 2, then the value, host order
+    memcpy(&expected[20], "\x04\x03\x02\x01", 4);
+    EXPECT_EQ(bytesOf(&info, sizeof info), expected);
 }
 
 TEST(ConfigInfo, KeyMustHoldOneToSixteenCharacters)
 {
-    struct Case {
+    struct {
         const char* key;
         int expected;
-    } cases[] = {
-        {nullptr, -1},
-        {"", -1},
-        {"k", 1},
-        {"sixteen_chars_ok", 1},
-        {"seventeen_chars_x", -1},
-    };
-    for (const Case& c : cases) {
+    } cases[] = {{nullptr, -1}, {"", -1}, {"k", 1}, {"sixteen_chars_ok", 1}, {"seventeen_chars_x", -1}};
+    for (const auto& c : cases) {
         ConfigInfo info;
-        uint8_t old = 9;
-        ASSERT_EQ(info.setValue("previous", ConfigInfo::ONE_BYTE, &old), 1);
-        std::vector<unsigned char> before = bytesOf(info);
-        uint8_t v = 5;
+        uint8_t v = 9;
+        ASSERT_EQ(info.setValue("previous", ConfigInfo::ONE_BYTE, &v), 1);
+        Bytes before = bytesOf(&info, sizeof info);
         EXPECT_EQ(info.setValue(c.key, ConfigInfo::ONE_BYTE, &v), c.expected) << (c.key ? c.key : "null");
         if (c.expected < 0) {
-            EXPECT_EQ(bytesOf(info), before) << "a refused key leaves the entry";
+            EXPECT_EQ(bytesOf(&info, sizeof info), before) << "a refused key leaves the entry";
         } else {
-            EXPECT_EQ(std::string(info.key, strnlen(info.key, 16)), c.key);
+            EXPECT_EQ(std::string(info.key, strnlen(info.key, 16)), c.key);  // 16: no terminator
         }
     }
-    // Sixteen characters fill the field with no terminator.
-    ConfigInfo full;
-    uint8_t v = 1;
-    full.setValue("sixteen_chars_ok", ConfigInfo::ONE_BYTE, &v);
-    EXPECT_EQ(memcmp(full.key, "sixteen_chars_ok", 16), 0);
-    EXPECT_EQ(full.dataType, ConfigInfo::ONE_BYTE);
 }
 
 TEST(ConfigInfo, TypeOutsideOneToFourKeepsKeyAndTypeWithZeroValue)
@@ -74,57 +48,43 @@ TEST(ConfigInfo, TypeOutsideOneToFourKeepsKeyAndTypeWithZeroValue)
         EXPECT_EQ(info.setValue("other", (ConfigInfo::DataType)type, &v), -2) << type;
         EXPECT_STREQ(info.key, "other");
         EXPECT_EQ(info.dataType, type);
-        EXPECT_EQ(std::vector<unsigned char>(info.value, info.value + 32), std::vector<unsigned char>(32, 0));
+        EXPECT_EQ(Bytes(info.value, info.value + 32), Bytes(32, 0));
         char out[32];
         EXPECT_EQ(info.getValue(out), -2);
     }
 }
 
-TEST(ConfigInfo, EachTypeCopiesExactlyItsWidth)
+TEST(ConfigInfo, EachTypeStoresAndGivesBackExactlyItsWidth)
 {
-    const unsigned char source[32] = {0x81, 0x82, 0x83, 0x84, 0x85, 0x86, 0x87, 0x88, 0x89, 0x8A,
-                                      0x8B, 0x8C, 0x8D, 0x8E, 0x8F, 0x90, 0x91, 0x92};
-    struct Case {
+    const std::string long40 = "0123456789abcdefghijklmnopqrstuvwxyzABCD";
+    struct {
         ConfigInfo::DataType type;
-        int width;
-    } cases[] = {{ConfigInfo::ONE_BYTE, 1}, {ConfigInfo::FOUR_BYTES, 4}, {ConfigInfo::EIGHT_BYTES, 8}};
-    for (const Case& c : cases) {
-        ConfigInfo info;
-        ASSERT_EQ(info.setValue("w", c.type, source), 1);
-        for (int i = 0; i < 32; ++i) {
-            EXPECT_EQ((unsigned char)info.value[i], i < c.width ? source[i] : 0) << c.width << " byte " << i;
-        }
-        unsigned char out[16];
-        memset(out, 0xEE, sizeof out);
-        ASSERT_EQ(info.getValue(out), 1);
-        for (int i = 0; i < 16; ++i) {
-            EXPECT_EQ(out[i], i < c.width ? source[i] : 0xEE) << c.width << " out byte " << i;
-        }
-    }
-}
-
-TEST(ConfigInfo, TextIsStoredWithItsTerminatorUpToThirtyOneCharacters)
-{
-    struct Case {
-        std::string text;
-        std::string stored;
+        std::string source;
+        size_t width;  // bytes stored
     } cases[] = {
-        {"", ""},
-        {"eth0", "eth0"},
-        {std::string(31, 't'), std::string(31, 't')},
-        {std::string(40, 'u'), std::string(31, 'u')},  // cut, never written past the field
+        {ConfigInfo::ONE_BYTE, long40, 1},
+        {ConfigInfo::FOUR_BYTES, long40, 4},
+        {ConfigInfo::EIGHT_BYTES, long40, 8},
+        {ConfigInfo::TEXT, "", 0},
+        {ConfigInfo::TEXT, "eth0", 4},
+        {ConfigInfo::TEXT, long40.substr(0, 31), 31},
+        {ConfigInfo::TEXT, long40, 31},  // cut, never written past the field
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         ConfigInfo info;
         memset(info.value, 0x5A, sizeof info.value);
-        ASSERT_EQ(info.setValue("t", ConfigInfo::TEXT, c.text.c_str()), 1);
-        EXPECT_EQ(info.value[31], '\0');
+        ASSERT_EQ(info.setValue("w", c.type, c.source.c_str()), 1);
+        Bytes stored(c.source.begin(), c.source.begin() + c.width);
+        stored.resize(32, 0);  // a text keeps its terminator in the field
+        EXPECT_EQ(bytesOf(info.value, 32), stored) << c.type << " " << c.source;
         char out[40];
-        memset(out, 'x', sizeof out);
+        memset(out, '#', sizeof out);
         ASSERT_EQ(info.getValue(out), 1);
-        EXPECT_EQ(std::string(out), c.stored);
-        for (size_t i = c.stored.size(); i < 32; ++i) {
-            ASSERT_EQ(info.value[i], '\0') << "rest of the field is zero";
+        Bytes given(c.source.begin(), c.source.begin() + c.width);
+        if (c.type == ConfigInfo::TEXT) {
+            given.push_back(0);
         }
+        given.resize(sizeof out, '#');
+        EXPECT_EQ(bytesOf(out, sizeof out), given) << c.type << " " << c.source;
     }
 }

@@ -1,11 +1,14 @@
 #ifndef V2XSHM_TESTS_SHM_SHMTESTSUPPORT_H
 #define V2XSHM_TESTS_SHM_SHMTESTSUPPORT_H
 
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+
 #include "shm/IFSHM.h"
 
-// Spare keys for the raw lists of these tests (never used by the system).
+// A spare key for the raw lists of these tests (never used by the system).
 constexpr int RAW_KEY = 77990;
-constexpr int RAW_KEY_2 = 77991;
 // Holds IPC id 0 for the whole run (see ShmTestSupport.cpp).
 constexpr int ID0_KEY = 77998;
 
@@ -15,18 +18,23 @@ class RawList : public IF_SHM {
 public:
     RawList(int key, int size, bool isOwner) : IF_SHM(key, size, isOwner) {}
     int update() override { return 1; }
-
     unsigned char* bytes() const { return (unsigned char*)shmAddr; }
-    int sem() const { return semId; }
 };
 
 // Look-up-only probes of the kernel's IPC tables (they never create).
-bool segmentExists(int key);
-bool semaphoreExists(int key);
-long segmentSize(int key);
+inline bool segmentExists(int key) { return shmget(key, 0, 0) != -1; }
+inline bool semaphoreExists(int key) { return semget(key, 0, 0) != -1; }
 // The semaphore's value, or -1 when there is no set.
-int semValue(int key);
+inline int semValue(int key)
+{
+    int id = semget(key, 0, 0);
+    return id == -1 ? -1 : semctl(id, 0, GETVAL);
+}
 // Removes whatever segment and semaphore set `key` has (test clean-up).
-void removeIpc(int key);
+inline void removeIpc(int key)
+{
+    shmctl(shmget(key, 0, 0), IPC_RMID, nullptr);
+    semctl(semget(key, 0, 0), 0, IPC_RMID);
+}
 
 #endif
