@@ -10,7 +10,6 @@
 // Exit codes: 0 match, 1 mismatch, 2 usage or no image, 3 writer timed out.
 // The expected bytes are put together byte by byte from the documented
 // layouts (little-endian on both ABIs), not from the library's structures.
-
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -19,7 +18,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/ipc.h>
 #include <sys/shm.h>
 
 #include "shm/DevConfigMng.h"
@@ -33,23 +31,32 @@ namespace {
 constexpr int RECORDS_KEY = 77990;  // spare key, used by this program only
 constexpr int WRITER_TIMEOUT_S = 120;
 
-// ---- the configuration list -------------------------------------------------
+// Bytes put together by hand, little-endian.
+struct Image {
+    std::vector<uint8_t> bytes;
+    Image& le(uint64_t value, int width)
+    {
+        for (int i = 0; i < width; ++i) {
+            bytes.push_back((uint8_t)(value >> (8 * i)));
+        }
+        return *this;
+    }
+    // n bytes of src, then zeros up to `width`.
+    Image& raw(const void* src, size_t n, size_t width)
+    {
+        bytes.insert(bytes.end(), (const uint8_t*)src, (const uint8_t*)src + n);
+        bytes.resize(bytes.size() + width - n, 0);
+        return *this;
+    }
+};
 
+// ---- the configuration list, in ascending key order as the list keeps it ----
 struct ConfigCase {
     const char* key;
     int type;
-    uint64_t bits;     // value bytes, little-endian (types 1 to 3)
+    uint64_t bits;     // the value's bits (types 1 to 3)
     const char* text;  // type 4
 };
-
-double doubleOf(uint64_t bits)
-{
-    double d;
-    memcpy(&d, &bits, sizeof d);
-    return d;
-}
-
-// In ascending key order, as the list keeps them.
 const ConfigCase CONFIG_CASES[] = {
     {"abi.byte", 1, 0xA5, nullptr},
     {"abi.double", 3, 0xC0934A456D5CFAADull, nullptr},  // -1234.5678
@@ -61,69 +68,30 @@ const ConfigCase CONFIG_CASES[] = {
 };
 constexpr int CONFIG_COUNT = sizeof CONFIG_CASES / sizeof CONFIG_CASES[0];
 
-int widthOf(int type)
-{
-    return type == 1 ? 1 : (type == 2 ? 4 : 8);
-}
-
-// The case's value as the setter takes it: a native number or the text.
-std::vector<char> nativeValue(const ConfigCase& c)
+// The value as the setter takes it: the number's bytes in host order (a
+// double's bits are the double itself), or the text with its terminator.
+std::vector<uint8_t> valueOf(const ConfigCase& c)
 {
     if (c.type == 4) {
-        return std::vector<char>(c.text, c.text + strlen(c.text) + 1);
+        return std::vector<uint8_t>(c.text, c.text + strlen(c.text) + 1);
     }
-    std::vector<char> v(8);
-    if (c.type == 1) {
-        uint8_t b = (uint8_t)c.bits;
-        memcpy(v.data(), &b, 1);
-    } else if (c.type == 2) {
-        int32_t i = (int32_t)(uint32_t)c.bits;
-        memcpy(v.data(), &i, 4);
-    } else {
-        double d = doubleOf(c.bits);  // travels as a double, not as bytes
-        memcpy(v.data(), &d, 8);
-    }
-    v.resize(widthOf(c.type));
-    return v;
-}
-
-void putLE(std::vector<uint8_t>* img, int* pos, uint64_t value, int width)
-{
-    for (int i = 0; i < width; ++i) {
-        (*img)[*pos + i] = (uint8_t)(value >> (8 * i));
-    }
-    *pos += width;
-}
-
-void putBytes(std::vector<uint8_t>* img, int* pos, const void* src, int len)
-{
-    memcpy(img->data() + *pos, src, len);
-    *pos += len;
+    return Image().le(c.bits, c.type == 1 ? 1 : (c.type == 2 ? 4 : 8)).bytes;
 }
 
 // count (int32), then 128 entries of key[16], dataType (int32), value[32].
 std::vector<uint8_t> expectedConfigImage()
 {
-    std::vector<uint8_t> img(DevConfigMng::SHM_SIZE, 0);
-    int pos = 0;
-    putLE(&img, &pos, CONFIG_COUNT, 4);
+    Image img;
+    img.le(CONFIG_COUNT, 4);
     for (const ConfigCase& c : CONFIG_CASES) {
-        int entry = pos;
-        putBytes(&img, &pos, c.key, (int)strlen(c.key));
-        pos = entry + 16;
-        putLE(&img, &pos, (uint32_t)c.type, 4);
-        if (c.type == 4) {
-            putBytes(&img, &pos, c.text, (int)strlen(c.text) + 1);
-        } else {
-            putLE(&img, &pos, c.bits, widthOf(c.type));
-        }
-        pos = entry + 52;
+        std::vector<uint8_t> value = valueOf(c);
+        img.raw(c.key, strlen(c.key), 16).le(c.type, 4).raw(value.data(), value.size(), 32);
     }
-    return img;
+    img.bytes.resize(DevConfigMng::SHM_SIZE, 0);
+    return img.bytes;
 }
 
 // ---- a raw image of the position and time records ---------------------------
-
 #pragma pack(push, 1)
 struct AbiRecords {
     uint32_t magic;
@@ -138,26 +106,31 @@ struct AbiRecords {
     TimeBase time;
 };
 #pragma pack(pop)
-static_assert(sizeof(AbiRecords) == 4 + 8 + 26 + 34 + 24 + 12 + 16 + 7 + 33 + 14,
-              "records image changed");
+static_assert(sizeof(AbiRecords) == 4 + 8 + 26 + 34 + 24 + 12 + 16 + 7 + 33 + 14, "records image changed");
 
 constexpr uint32_t MAGIC = 0x53583256;  // "V2XS"
-constexpr uint64_t STAMP = 0x41D954FC4007E6B4ull;   // 1700000000.123456
-constexpr uint64_t LON = 0x405D190AA93BCE0Cull;     // 116.3912757
-constexpr uint64_t LAT = 0xC043F3FB15B573EBull;     // -39.9061
-constexpr uint64_t ALT = 0x4045A00000000000ull;     // 43.25
-constexpr uint64_t HEADING = 0x4012D97C7F3321D2ull; // 4.71238898038469
-constexpr uint64_t SPEED = 0x402BCCCCCCCCCCCDull;   // 13.9
-constexpr uint64_t SPEED_X = 0xBF8C779A6B50B0F2ull; // -0.0139
-constexpr uint64_t SPEED_Y = 0x42174876E8000000ull; // 2.5e10
-constexpr uint64_t CAR_X = 0x8000000000000000ull;   // -0.0
-constexpr uint64_t CAR_Y = 0x0000000000000001ull;   // smallest subnormal
-constexpr uint64_t CAR_Z = 0x3FF8000000000000ull;   // 1.5
+// 1700000000.123456, 116.3912757, -39.9061, 43.25 (stamp, longitude, latitude, altitude)
+constexpr uint64_t STAMP = 0x41D954FC4007E6B4ull, LON = 0x405D190AA93BCE0Cull, LAT = 0xC043F3FB15B573EBull,
+                   ALT = 0x4045A00000000000ull;
+// Heading 4.71238898038469, speed 13.9, its parts -0.0139 and 2.5e10; car -0.0, smallest subnormal, 1.5.
+constexpr uint64_t MOTION_AND_CAR[] = {0x4012D97C7F3321D2ull, 0x402BCCCCCCCCCCCDull, 0xBF8C779A6B50B0F2ull,
+                                       0x42174876E8000000ull, 0x8000000000000000ull, 0x0000000000000001ull,
+                                       0x3FF8000000000000ull};
+constexpr int32_t SIZE_AND_ACCEL[] = {180, 450, -150, -300, 25, INT32_MIN, INT32_MAX};
+
+double doubleOf(uint64_t bits)
+{
+    double d;
+    memcpy(&d, &bits, sizeof d);
+    return d;
+}
 
 // Filled field by field through the records' own members.
 AbiRecords filledRecords()
 {
     AbiRecords r;
+    const uint64_t* m = MOTION_AND_CAR;
+    const int32_t* s = SIZE_AND_ACCEL;
     r.magic = MAGIC;
     r.stamp.latestRefreshTime = doubleOf(STAMP);
     r.geo.latHemisphere = 'S';
@@ -166,32 +139,32 @@ AbiRecords filledRecords()
     r.geo.latitude = doubleOf(LAT);
     r.geo.altitude = doubleOf(ALT);
     r.motion.time = 59999;
-    r.motion.heading = doubleOf(HEADING);
-    r.motion.speed = doubleOf(SPEED);
-    r.motion.speedX = doubleOf(SPEED_X);
-    r.motion.speedY = doubleOf(SPEED_Y);
-    r.car.x = doubleOf(CAR_X);
-    r.car.y = doubleOf(CAR_Y);
-    r.car.z = doubleOf(CAR_Z);
-    r.size.width = 180;
-    r.size.length = 450;
-    r.size.height = -150;
-    r.accel.longitudinal = -300;
-    r.accel.lateral = 25;
-    r.accel.vertical = INT32_MIN;
-    r.accel.yawRate = INT32_MAX;
+    r.motion.heading = doubleOf(m[0]);
+    r.motion.speed = doubleOf(m[1]);
+    r.motion.speedX = doubleOf(m[2]);
+    r.motion.speedY = doubleOf(m[3]);
+    r.car.x = doubleOf(m[4]);
+    r.car.y = doubleOf(m[5]);
+    r.car.z = doubleOf(m[6]);
+    r.size.width = s[0];
+    r.size.length = s[1];
+    r.size.height = s[2];
+    r.accel.longitudinal = s[3];
+    r.accel.lateral = s[4];
+    r.accel.vertical = s[5];
+    r.accel.yawRate = s[6];
     r.brakes.brakePedal = 1;
     r.brakes.wheelBrakes = 0x5A;
-    for (int i = 0; i < 5; ++i) {
-        r.brakes.brakeStatus[i] = (uint8_t)(0xF0 + i);
-    }
-    r.vehClass.classification = 10;
     for (int i = 0; i < 32; ++i) {
         r.vehClass.extra[i] = (uint8_t)(i * 7);
+        if (i < 10) {
+            r.time.dateTime[i] = (uint8_t)(20 + i);
+        }
+        if (i < 5) {
+            r.brakes.brakeStatus[i] = (uint8_t)(0xF0 + i);
+        }
     }
-    for (int i = 0; i < 10; ++i) {
-        r.time.dateTime[i] = (uint8_t)(20 + i);
-    }
+    r.vehClass.classification = 10;
     r.time.second = 59;
     r.time.millisecond = -999;
     return r;
@@ -199,37 +172,20 @@ AbiRecords filledRecords()
 
 std::vector<uint8_t> expectedRecordsImage()
 {
-    std::vector<uint8_t> img(sizeof(AbiRecords), 0);
-    int pos = 0;
-    putLE(&img, &pos, MAGIC, 4);
-    putLE(&img, &pos, STAMP, 8);
-    putLE(&img, &pos, 'S', 1);
-    putLE(&img, &pos, 'W', 1);
-    for (uint64_t bits : {LON, LAT, ALT}) {
-        putLE(&img, &pos, bits, 8);
+    Image img;
+    img.le(MAGIC, 4).le(STAMP, 8).le('S', 1).le('W', 1).le(LON, 8).le(LAT, 8).le(ALT, 8).le(59999, 2);
+    for (uint64_t bits : MOTION_AND_CAR) {
+        img.le(bits, 8);
     }
-    putLE(&img, &pos, 59999, 2);
-    for (uint64_t bits : {HEADING, SPEED, SPEED_X, SPEED_Y, CAR_X, CAR_Y, CAR_Z}) {
-        putLE(&img, &pos, bits, 8);
+    for (int32_t v : SIZE_AND_ACCEL) {
+        img.le((uint32_t)v, 4);
     }
-    for (int32_t v : {180, 450, -150, -300, 25, INT32_MIN, INT32_MAX}) {
-        putLE(&img, &pos, (uint32_t)v, 4);
-    }
-    putLE(&img, &pos, 1, 1);
-    putLE(&img, &pos, 0x5A, 1);
-    for (int i = 0; i < 5; ++i) {
-        putLE(&img, &pos, 0xF0 + i, 1);
-    }
-    putLE(&img, &pos, 10, 1);
+    img.le(1, 1).le(0x5A, 1).le(0xF4F3F2F1F0ull, 5).le(10, 1);
     for (int i = 0; i < 32; ++i) {
-        putLE(&img, &pos, (uint8_t)(i * 7), 1);
+        img.le((uint8_t)(i * 7), 1);
     }
-    for (int i = 0; i < 10; ++i) {
-        putLE(&img, &pos, 20 + i, 1);
-    }
-    putLE(&img, &pos, 59, 2);
-    putLE(&img, &pos, (uint16_t)-999, 2);
-    return img;
+    img.le(0x1817161514ull, 5).le(0x1D1C1B1A19ull, 5);  // dateTime: 20 to 29
+    return img.le(59, 2).le((uint16_t)-999, 2).bytes;
 }
 
 // A list with no manager of its own: the records image under a spare key.
@@ -239,25 +195,18 @@ public:
     int update() override { return 1; }
 };
 
-// ---- checking ----------------------------------------------------------------
-
-const char* abiName()
-{
 #if defined(__arm__)
-    return "arm";
+const char* const ABI = "arm";
 #else
-    return "host";
+const char* const ABI = "host";
 #endif
-}
 
 // Reports the first differing byte; true when the images are equal.
-bool sameImage(const char* what, const std::vector<uint8_t>& got,
-               const std::vector<uint8_t>& want)
+bool sameImage(const char* what, const std::vector<uint8_t>& got, const std::vector<uint8_t>& want)
 {
     for (size_t i = 0; i < want.size(); ++i) {
         if (i >= got.size() || got[i] != want[i]) {
-            printf("%s: byte %zu is 0x%02x, expected 0x%02x\n", what, i,
-                   i < got.size() ? got[i] : 0, want[i]);
+            printf("%s: byte %zu is 0x%02x, expected 0x%02x\n", what, i, i < got.size() ? got[i] : 0, want[i]);
             return false;
         }
     }
@@ -272,7 +221,7 @@ bool configValuesMatch(DevConfigMng* mng)
         printf("config list: %zu entries, expected %d\n", mng->configs.size(), CONFIG_COUNT);
     }
     for (const ConfigCase& c : CONFIG_CASES) {
-        std::vector<char> want = nativeValue(c);
+        std::vector<uint8_t> want = valueOf(c);
         char got[ConfigInfo::VALUE_LEN] = {};
         int rc = mng->getValueByKey(c.key, got);
         if (rc != 1 || memcmp(got, want.data(), want.size()) != 0) {
@@ -286,28 +235,21 @@ bool configValuesMatch(DevConfigMng* mng)
     return ok;
 }
 
-bool segmentExists(int key)
-{
-    return shmget(key, 0, 0) >= 0;
-}
-
 int readAndCheck()
 {
     for (int key : {DevConfigMng::SHM_KEY, RECORDS_KEY}) {
-        if (!segmentExists(key)) {
+        if (shmget(key, 0, 0) < 0) {
             fprintf(stderr, "no list image under key %d: start the writer first\n", key);
             return 2;
         }
     }
-    printf("reader (%s):\n", abiName());
+    printf("reader (%s):\n", ABI);
     DevConfigMng config(false);
     RawImageMng records(RECORDS_KEY, (int)sizeof(AbiRecords), false);
-
     bool ok = config.update() == 1 && configValuesMatch(&config);
     std::vector<uint8_t> image(DevConfigMng::SHM_SIZE);
     ok = config.updateFromSHM(image.data(), (int)image.size()) == 1 &&
          sameImage("config list", image, expectedConfigImage()) && ok;
-
     image.assign(sizeof(AbiRecords), 0);
     ok = records.updateFromSHM(image.data(), (int)image.size()) == 1 &&
          sameImage("records image", image, expectedRecordsImage()) && ok;
@@ -326,8 +268,7 @@ int writeAndHold()
     DevConfigMng config(true);
     RawImageMng records(RECORDS_KEY, (int)sizeof(AbiRecords), true);
     for (const ConfigCase& c : CONFIG_CASES) {
-        std::vector<char> value = nativeValue(c);
-        if (config.insertConfig(c.key, (ConfigInfo::DataType)c.type, value.data()) != 1) {
+        if (config.insertConfig(c.key, (ConfigInfo::DataType)c.type, valueOf(c).data()) != 1) {
             fprintf(stderr, "cannot set \"%s\"\n", c.key);
             return 1;
         }
@@ -337,9 +278,8 @@ int writeAndHold()
         fprintf(stderr, "cannot write the list images\n");
         return 1;
     }
-    printf("ready (%s)\n", abiName());
+    printf("ready (%s)\n", ABI);
     fflush(stdout);
-
     timespec limit = {WRITER_TIMEOUT_S, 0};
     if (sigtimedwait(&stop, nullptr, &limit) < 0) {
         fprintf(stderr, "writer: no stop request within %d s\n", WRITER_TIMEOUT_S);
