@@ -4,7 +4,8 @@
 
 #include <climits>
 #include <cstring>
-#include <memory>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -18,145 +19,66 @@ namespace {
 
 // One node (77) with one link (from 5) holding one of everything: a lane
 // with a point and a movement, a speed limit, a point, a movement; empty
-// names. Small enough to know every field's offset.
+// names. Small enough to know every field's offset (below).
 std::vector<char> minimalMessage()
 {
     LMNodeExtend node;
     node.nodeId = 77;
-    LMLinkExtend link;
+    LMLinkExtend& link = node.links[5];
     link.upstreamNodeId = 5;
-    link.laneNum = 1;
-    LMLaneExtend lane;
-    lane.laneID = 1;
-    lane.points.push_back(pointAt(0, -20));
-    LMMovementBase movement;
-    movement.remoteNodeId = 9;
-    lane.movements[9] = movement;
-    link.lanes[1] = lane;
-    LMSpeedLimitBase limit;
-    limit.type = 5;
-    limit.speed = 13.9f;
-    link.speedLimits.push_back(limit);
-    link.points.push_back(pointAt(0, -20));
-    link.movements[9] = movement;
-    node.links[5] = link;
+    link.lanes[1].laneID = 1;
+    link.lanes[1].points = {pointAt(0, -20)};
+    link.lanes[1].movements[9] = movement(9);
+    link.speedLimits = {limit(5, 13.9f)};
+    link.points = {pointAt(0, -20)};
+    link.movements[9] = movement(9);
     std::vector<char> out;
     LMMessageWriter::writeNodeList({node}, &out);
+    EXPECT_EQ(out.size(), 192u);
     return out;
 }
 
-// Offsets in minimalMessage(), from its layout.
-constexpr int MINIMAL_SIZE = 192;
-constexpr int NODE_NAME_LEN_AT = 36;
-constexpr int LINK_NAME_LEN_AT = 61;
 constexpr int LENGTH_FIELDS[] = {6, 8, 49, 51, 75, 77, 91, 123, 138, 149, 181};
 constexpr int COUNT_FIELDS[] = {2, 45, 71, 87, 119, 134, 145, 177};
 
-void putShort(std::vector<char>* bytes, int at, short value)
-{
-    SerializeTool::Short2Byte(bytes->data(), &at, value);
-}
-
-void putInt(std::vector<char>* bytes, int at, int value)
-{
-    SerializeTool::Int2Byte(bytes->data(), &at, value);
-}
-
-int readInt(const std::vector<char>& bytes, int at)
-{
-    int value = 0;
-    SerializeTool::Byte2Int(bytes.data(), &at, &value);
-    return value;
-}
-
-// Keys and flattened images of every node: equal when the maps are equal.
-std::vector<std::vector<char>> imagesOf(const std::map<int64_t, LMNodeExtend>& nodes)
-{
-    std::vector<std::vector<char>> images;
-    for (const auto& entry : nodes) {
-        std::vector<char> key(sizeof entry.first);
-        memcpy(key.data(), &entry.first, sizeof entry.first);
-        images.push_back(key);
-        images.push_back(flatOf(entry.second));
-    }
-    return images;
-}
-
-// The bytes alone in a heap block of their exact size, so that a sanitizer
-// build reports any read past them.
-std::unique_ptr<char[]> exactCopy(const std::vector<char>& bytes, size_t n)
-{
-    std::unique_ptr<char[]> copy(new char[n > 0 ? n : 1]);
-    memcpy(copy.get(), bytes.data(), n);
-    return copy;
-}
+void putInt(std::vector<char>* bytes, int at, int value) { SerializeTool::Int2Byte(bytes->data(), &at, value); }
 
 }  // namespace
 
 class LMMessageCheckTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        marker = sampleNode(4242);
-        resetMap();
-    }
-
-    // A map in use, which a failed decode must leave as it is.
-    void resetMap()
-    {
-        mng.nodes.clear();
-        int64_t id = marker.nodeId;  // by value: the field is packed
-        mng.nodes[id] = marker;
-    }
-
-    void expectMapUntouched(const std::string& what)
-    {
-        ASSERT_EQ(mng.nodes.size(), 1u) << what;
-        EXPECT_EQ(flatOf(mng.nodes.begin()->second), flatOf(marker)) << what;
-    }
-
     static constexpr int ANY_FAULT = 0;
 
-    // Runs the checked decoder on exactly `n` bytes of `bytes` and expects
-    // `code` (any negative code for ANY_FAULT) reported at `faultAt` (when
-    // not -1), with the cursor and the map as they were.
+    // Runs the check and the checked decoder on the first `n` bytes of
+    // `bytes` (fenced: reading past them faults) and expects `code` (any
+    // negative code for ANY_FAULT) reported at `faultAt` (when not -1), with
+    // the cursor and the map in use untouched.
     void expectRefused(const std::vector<char>& bytes, size_t n, int code, const std::string& what,
                        int faultAt = -1)
     {
-        resetMap();
-        std::unique_ptr<char[]> copy = exactCopy(bytes, n);
+        FencedBytes copy(bytes, n);
+        mng.nodes = {{4242, marker}};
         int pos = 0;
-        int reportedAt = -1;
-        int checked = LMMessageCheck::checkNodeList(copy.get(), 0, (int)n, &reportedAt);
-        EXPECT_GE(reportedAt, 0) << what;
-        EXPECT_LE(reportedAt, (int)n) << what;
-        if (faultAt != -1) {
-            EXPECT_EQ(reportedAt, faultAt) << what;
-        }
-        int decoded = LMMessageCheck::DeSerializeChecked(&mng, copy.get(), &pos, (int)n);
-        EXPECT_EQ(decoded, checked) << what;
-        if (code == ANY_FAULT) {
-            EXPECT_LT(decoded, 0) << what;
-        } else {
-            EXPECT_EQ(decoded, code) << what;
-        }
+        int at = -1;
+        int checked = LMMessageCheck::checkNodeList(copy.data(), 0, (int)n, &at);
+        EXPECT_TRUE(at >= 0 && at <= (int)n && (faultAt == -1 || at == faultAt)) << what << ": fault at " << at;
+        EXPECT_TRUE(code == ANY_FAULT ? checked < 0 : checked == code) << what << ": " << checked;
+        EXPECT_EQ(LMMessageCheck::DeSerializeChecked(&mng, copy.data(), &pos, (int)n), checked) << what;
         EXPECT_EQ(pos, 0) << what;
-        expectMapUntouched(what);
+        EXPECT_EQ(imagesOf(mng.nodes), imagesOf({{4242, marker}})) << what;
     }
 
     LMNodeListMng mng{true};
-    LMNodeExtend marker;
+    const LMNodeExtend marker = sampleNode(4242);
 };
 
-TEST_F(LMMessageCheckTest, MinimalMessageHasTheLayoutTheOffsetsAssume)
+TEST(SampleIntersection, GeneratorReproducesTheCommittedFileByteForByte)
 {
-    std::vector<char> bytes = minimalMessage();
-    ASSERT_EQ((int)bytes.size(), MINIMAL_SIZE);
-    EXPECT_EQ(bytes[NODE_NAME_LEN_AT], 0);
-    EXPECT_EQ(bytes[LINK_NAME_LEN_AT], 0);
-    for (int at : COUNT_FIELDS) {
-        EXPECT_EQ(readInt(bytes, at), 1) << "count at " << at;
-    }
+    std::ifstream in(V2XSHM_SAMPLE_MAP, std::ios::binary);
+    std::vector<char> committed((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::vector<char> written;
+    ASSERT_GT(SampleIntersection::writeMessage(&written), 0);
+    EXPECT_EQ(written, committed) << "regenerate " << V2XSHM_SAMPLE_MAP << " with v2xshm_makesample";
 }
 
 TEST_F(LMMessageCheckTest, WellFormedMessagesDecodeExactlyAsTheTrustedDecoder)
@@ -167,32 +89,26 @@ TEST_F(LMMessageCheckTest, WellFormedMessagesDecodeExactlyAsTheTrustedDecoder)
         int pos;
     };
     std::vector<Case> cases;
-    auto add = [&cases](const std::string& what, const std::vector<LMNodeExtend>& nodes) {
-        std::vector<char> bytes;
-        ASSERT_GT(LMMessageWriter::writeNodeList(nodes, &bytes), 0) << what;
-        cases.push_back({what, bytes, 0});
-    };
-    add("no nodes", {});
-    add("node without links", {LMNodeExtend()});
-    add("two full nodes, names of 64 bytes", {sampleNode(1), sampleNode(-9)});
-    add("a node id sent twice: the later one wins", {sampleNode(3), sampleNode(5), sampleNode(3)});
-    std::vector<char> sample;
-    ASSERT_GT(SampleIntersection::writeMessage(&sample), 0);
-    cases.push_back({"sample intersection", sample, 0});
-
-    std::vector<char> zeroLengths = minimalMessage();
-    for (int at : LENGTH_FIELDS) {
-        putShort(&zeroLengths, at, 0);  // only the sign of a length is read
+    // No nodes, an empty node, names of 64 bytes, a node id sent twice (the
+    // later one wins), the sample intersection.
+    const std::vector<std::vector<LMNodeExtend>> lists = {{}, {LMNodeExtend()}, {sampleNode(1), sampleNode(-9)},
+                                                          {sampleNode(3), sampleNode(5), sampleNode(3)},
+                                                          SampleIntersection::nodes()};
+    for (const auto& nodes : lists) {
+        cases.push_back({"list " + std::to_string(cases.size()), {}, 0});
+        ASSERT_GT(LMMessageWriter::writeNodeList(nodes, &cases.back().bytes), 0);
     }
-    cases.push_back({"every record length 0", zeroLengths, 0});
-    std::vector<char> noLinks = minimalMessage();
-    putInt(&noLinks, 45, -1);  // a negative count announces nothing; the node ends there
-    cases.push_back({"negative link count", noLinks, 0});
+    const std::vector<char> sample = cases.back().bytes;
+    cases.push_back({"every record length 0", minimalMessage(), 0});
+    for (int at : LENGTH_FIELDS) {
+        cases.back().bytes[at] = cases.back().bytes[at + 1] = 0;  // only the sign of a length is read
+    }
+    cases.push_back({"negative link count", minimalMessage(), 0});
+    putInt(&cases.back().bytes, 45, -1);  // announces nothing; the node ends there
     // Built through a string: GCC 12 at -O2 misreads vector::insert here
     // as an out-of-bounds access.
-    std::string framedText = std::string(7, 'x') + std::string(sample.begin(), sample.end()) + std::string(9, 'y');
-    std::vector<char> framed(framedText.begin(), framedText.end());
-    cases.push_back({"inside other bytes", framed, 7});
+    std::string framed = std::string(7, 'x') + std::string(sample.begin(), sample.end()) + std::string(9, 'y');
+    cases.push_back({"inside other bytes", std::vector<char>(framed.begin(), framed.end()), 7});
 
     for (const Case& c : cases) {
         int len = (int)c.bytes.size() - c.pos;
@@ -200,16 +116,14 @@ TEST_F(LMMessageCheckTest, WellFormedMessagesDecodeExactlyAsTheTrustedDecoder)
         int trusted = mng.DeSerialize(c.bytes.data(), &trustedPos, len);
         ASSERT_GT(trusted, 0) << c.what;
         std::vector<std::vector<char>> expected = imagesOf(mng.nodes);
-
-        resetMap();
-        std::unique_ptr<char[]> copy = exactCopy(c.bytes, c.bytes.size());
-        EXPECT_EQ(LMMessageCheck::checkNodeList(copy.get(), c.pos, len), trusted) << c.what;
+        mng.nodes = {{4242, marker}};
+        EXPECT_EQ(LMMessageCheck::checkNodeList(c.bytes.data(), c.pos, len), trusted) << c.what;
+        // The message alone, with nothing after it, is still whole.
+        EXPECT_EQ(LMMessageCheck::checkNodeList(c.bytes.data(), c.pos, trusted), trusted) << c.what;
         int pos = c.pos;
-        EXPECT_EQ(LMMessageCheck::DeSerializeChecked(&mng, copy.get(), &pos, len), trusted) << c.what;
+        EXPECT_EQ(LMMessageCheck::DeSerializeChecked(&mng, c.bytes.data(), &pos, len), trusted) << c.what;
         EXPECT_EQ(pos, trustedPos) << c.what;
         EXPECT_EQ(imagesOf(mng.nodes), expected) << c.what;
-        // The message alone, with nothing after it, is still whole.
-        EXPECT_EQ(LMMessageCheck::checkNodeList(copy.get(), c.pos, trusted), trusted) << c.what;
     }
 }
 
@@ -224,7 +138,7 @@ TEST_F(LMMessageCheckTest, EveryTruncationIsRefusedWithoutTouchingTheMap)
     }
 }
 
-TEST_F(LMMessageCheckTest, CountsBeyondTheDataAreRefused)
+TEST_F(LMMessageCheckTest, CountsAreHeldToTheRecordsTheBytesCanHold)
 {
     for (int at : COUNT_FIELDS) {
         // One more record than sent runs on into the following fields, which
@@ -239,46 +153,34 @@ TEST_F(LMMessageCheckTest, CountsBeyondTheDataAreRefused)
     }
 }
 
-TEST_F(LMMessageCheckTest, CountIsHeldToTheRecordsTheBytesCanHold)
+TEST_F(LMMessageCheckTest, NegativeLengthsAndLongNamesAreRefusedAsTheTrustedDecoderDoes)
 {
-    // An all-zero node record is well formed: 43 bytes, id 0, no links.
-    const int nodes = 1000;
-    std::vector<char> bytes(6 + 43 * nodes, 0);
-    for (int count : {nodes, nodes + 1, INT_MAX}) {
-        putInt(&bytes, 2, count);
-        int pos = 0;
-        int expected = count == nodes ? (int)bytes.size() : LMMessageCheck::TRUNCATED;
-        EXPECT_EQ(LMMessageCheck::DeSerializeChecked(&mng, bytes.data(), &pos, (int)bytes.size()), expected)
-            << "count " << count;
-    }
-}
-
-TEST_F(LMMessageCheckTest, NamesOver64BytesAreRefused)
-{
-    for (int at : {NODE_NAME_LEN_AT, LINK_NAME_LEN_AT}) {
-        for (int n : {65, 255}) {
-            std::vector<char> bytes = minimalMessage();
-            bytes[at] = (char)n;
-            int trustedPos = 0;
-            EXPECT_EQ(mng.DeSerialize(bytes.data(), &trustedPos, (int)bytes.size()), -2);
-            expectRefused(bytes, bytes.size(), LMMessageCheck::MALFORMED,
-                          "name length " + std::to_string(n) + " at " + std::to_string(at), at);
-        }
-    }
-}
-
-TEST_F(LMMessageCheckTest, NegativeRecordLengthsAreRefusedAsTheTrustedDecoderDoes)
-{
+    // Record lengths (16-bit) below 0 and name lengths (8-bit) above 64.
+    std::vector<std::pair<int, int>> cases;
     for (int at : LENGTH_FIELDS) {
-        for (short len : {(short)-1, (short)SHRT_MIN}) {
-            std::vector<char> bytes = minimalMessage();
-            putShort(&bytes, at, len);
-            // The trusted decoder refuses it too: this is a length it reads.
-            int trustedPos = 0;
-            EXPECT_EQ(mng.DeSerialize(bytes.data(), &trustedPos, (int)bytes.size()), -2) << "length at " << at;
-            expectRefused(bytes, bytes.size(), LMMessageCheck::MALFORMED,
-                          "length " + std::to_string(len) + " at " + std::to_string(at), at);
+        cases.insert(cases.end(), {{at, -1}, {at, SHRT_MIN}});
+    }
+    for (int at : {36, 61}) {  // the node's and the link's name length
+        cases.insert(cases.end(), {{at, 65}, {at, 255}});
+    }
+    for (auto [at, value] : cases) {
+        std::string what = std::to_string(value) + " at " + std::to_string(at);
+        std::vector<char> bytes = minimalMessage();
+        if (value < 0) {
+            int p = at;
+            SerializeTool::Short2Byte(bytes.data(), &p, (short)value);
+        } else {
+            bytes[at] = (char)value;
         }
+        int pos = 0;
+        EXPECT_EQ(mng.DeSerialize(bytes.data(), &pos, (int)bytes.size()), -2) << what;
+        if (at != 6) {  // inside the node: the node fails as a whole, its cursor kept
+            LMNodeExtend node;
+            pos = 6;
+            EXPECT_EQ(node.DeSerialize(bytes.data(), &pos, 0), -2) << what;
+            EXPECT_EQ(pos, 6) << what;
+        }
+        expectRefused(bytes, bytes.size(), LMMessageCheck::MALFORMED, what, at);
     }
 }
 
@@ -287,29 +189,20 @@ TEST_F(LMMessageCheckTest, BadArgumentsAreRefusedWithoutTouchingTheMap)
     std::vector<char> bytes = minimalMessage();
     const char* buf = bytes.data();
     int size = (int)bytes.size();
-    struct Case {
-        const char* what;
+    // Null buffer or manager, negative cursor or len, an end beyond INT_MAX.
+    struct {
         LMNodeListMng* mng;
         const char* buf;
-        int pos;
-        int len;
-    };
-    const Case cases[] = {
-        {"null buffer", &mng, nullptr, 0, size},
-        {"null manager", nullptr, buf, 0, size},
-        {"negative cursor", &mng, buf, -1, size},
-        {"negative len", &mng, buf, 0, -1},
-        {"end beyond INT_MAX", &mng, buf, 10, INT_MAX},
-    };
-    for (const Case& c : cases) {
+        int pos, len;
+    } cases[] = {{&mng, nullptr, 0, size}, {nullptr, buf, 0, size}, {&mng, buf, -1, size}, {&mng, buf, 0, -1},
+                 {&mng, buf, 10, INT_MAX}};
+    mng.nodes = {{4242, marker}};
+    for (const auto& c : cases) {
         int pos = c.pos;
-        EXPECT_EQ(LMMessageCheck::DeSerializeChecked(c.mng, c.buf, &pos, c.len), LMMessageCheck::BAD_ARGS) << c.what;
-        EXPECT_EQ(pos, c.pos) << c.what;
-        if (c.mng != nullptr) {
-            EXPECT_EQ(LMMessageCheck::checkNodeList(c.buf, c.pos, c.len), LMMessageCheck::BAD_ARGS) << c.what;
-        }
-        expectMapUntouched(c.what);
+        EXPECT_EQ(LMMessageCheck::DeSerializeChecked(c.mng, c.buf, &pos, c.len), LMMessageCheck::BAD_ARGS);
+        EXPECT_EQ(pos, c.pos);
+        EXPECT_TRUE(c.mng == nullptr || LMMessageCheck::checkNodeList(c.buf, c.pos, c.len) == LMMessageCheck::BAD_ARGS);
     }
     EXPECT_EQ(LMMessageCheck::DeSerializeChecked(&mng, buf, nullptr, size), LMMessageCheck::BAD_ARGS);
-    expectMapUntouched("null cursor");
+    EXPECT_EQ(imagesOf(mng.nodes), imagesOf({{4242, marker}}));
 }

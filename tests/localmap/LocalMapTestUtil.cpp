@@ -1,21 +1,12 @@
 #include "LocalMapTestUtil.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdlib>
 #include <sstream>
 
 #include "space/SpaceToolGeo.h"
-
-namespace {
-constexpr double ORIGIN_LON = 120.0;
-constexpr double ORIGIN_LAT = 30.0;
-
-LMSpeedLimitBase limit(uint8_t type, float speed)
-{
-    LMSpeedLimitBase s;
-    s.type = type;
-    s.speed = speed;
-    return s;
-}
-}  // namespace
 
 std::vector<char> hexBytes(const std::string& text)
 {
@@ -28,12 +19,37 @@ std::vector<char> hexBytes(const std::string& text)
     return bytes;
 }
 
-GeoCoordinates geoAt(double east, double north)
+std::vector<std::vector<char>> imagesOf(const std::map<int64_t, LMNodeExtend>& nodes)
 {
-    GeoCoordinates g;
-    g.longitude = ORIGIN_LON + SpaceToolGeo::LongitudeForMeter(ORIGIN_LAT, east);
-    g.latitude = ORIGIN_LAT + SpaceToolGeo::LatitudeForMeter(north);
-    return g;
+    std::vector<std::vector<char>> images;
+    for (const auto& entry : nodes) {
+        images.push_back(imageOf(entry.first));
+        images.push_back(flatOf(entry.second));
+    }
+    return images;
+}
+
+FencedBytes::FencedBytes(const std::vector<char>& bytes, size_t n)
+{
+    const size_t page = (size_t)sysconf(_SC_PAGESIZE);
+    length = (n + page - 1) / page * page + page;
+    void* mapped = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED || mprotect((char*)mapped + length - page, page, PROT_NONE) != 0) {
+        abort();
+    }
+    base = (char*)mapped;
+    start = base + length - page - n;
+    memcpy(start, bytes.data(), n);
+}
+
+FencedBytes::~FencedBytes() { munmap(base, length); }
+
+LMPointBase pointAt(double east, double north)
+{
+    LMPointBase p;
+    p.longitude = 120.0 + SpaceToolGeo::LongitudeForMeter(30.0, east);
+    p.latitude = 30.0 + SpaceToolGeo::LatitudeForMeter(north);
+    return p;
 }
 
 LMMovementBase movement(int64_t remote, uint8_t phase)
@@ -44,49 +60,42 @@ LMMovementBase movement(int64_t remote, uint8_t phase)
     return m;
 }
 
-LMPointBase pointAt(double east, double north)
+LMSpeedLimitBase limit(uint8_t type, float speed)
 {
-    LMPointBase p;
-    static_cast<GeoCoordinates&>(p) = geoAt(east, north);
-    return p;
+    LMSpeedLimitBase s;
+    s.type = type;
+    s.speed = speed;
+    return s;
 }
 
 LMNodeExtend sampleNode(int64_t nodeId)
 {
     LMNodeExtend node;
     node.nodeId = nodeId;
-    static_cast<GeoCoordinates&>(node) = geoAt(0, 0);
+    static_cast<GeoCoordinates&>(node) = pointAt(0, 0);
     node.altitude = 12.5;
     node.latHemisphere = 'S';
     memcpy(node.name, "Harbour Rd / 3rd Av", 19);
-
-    LMLinkExtend west;
+    LMLinkExtend& west = node.links[nodeId + 1000];
     west.upstreamNodeId = nodeId + 1000;
-    memset(west.name, 'w', LMLinkBase::NAME_LEN);  // a full name, no terminator
+    memset(west.name, 'w', LMLinkBase::NAME_LEN);  // no terminator
     west.attrFloat1 = 1.25f;
     west.laneNum = 2;
     west.attrFloat2 = -3.5f;
-    for (uint8_t id : {2, 1}) {
-        LMLaneExtend lane;
+    for (uint8_t id : {1, 2}) {
+        LMLaneExtend& lane = west.lanes[id];
         lane.laneID = id;
-        lane.laneBitsA[0] = 0x12;
         lane.laneBitsA[1] = 0x34;
         lane.laneTypeCode = (uint8_t)(id + 7);
-        lane.laneBitsC[1] = 0xff;
         lane.points = {pointAt(-60, id * 3.5), pointAt(-5, id * 3.5)};
         lane.movements[nodeId + 2000] = movement(nodeId + 2000, id);
-        west.lanes[id] = lane;
     }
     west.speedLimits = {limit(5, 13.9f), limit(4, 2.0f), limit(5, 8.3f)};
     west.points = {pointAt(-80, 0), pointAt(-40, 0), pointAt(-5, 0)};
-    west.movements[nodeId + 2000] = movement(nodeId + 2000, 3);
-    west.movements[nodeId + 3000] = movement(nodeId + 3000, 4);
-    node.links[west.upstreamNodeId] = west;
-
-    LMLinkExtend south;
+    west.movements = {{nodeId + 2000, movement(nodeId + 2000, 3)}, {nodeId + 3000, movement(nodeId + 3000, 4)}};
+    LMLinkExtend& south = node.links[nodeId + 2000];
     south.upstreamNodeId = nodeId + 2000;
     south.laneNum = 1;
     south.points = {pointAt(0, -70), pointAt(0, -6)};
-    node.links[south.upstreamNodeId] = south;
     return node;
 }

@@ -3,11 +3,11 @@
 
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "localmap/LMNodeExtend.h"
-#include "space/IFPosition.h"
 
 // Multi-byte members of packed records are compared as copies (`+rec.field`):
 // the assertion macros bind references, and a reference to an unaligned double
@@ -25,8 +25,8 @@ std::vector<char> imageOf(const T& rec)
     return bytes;
 }
 
-// The flattened image of an extended record: equal images mean equal
-// records (base fields, children, key order, vector order, dis2End).
+// The flattened image of an extended record: equal images mean equal records
+// (base fields, children, key order, vector order, dis2End).
 template <typename T>
 std::vector<char> flatOf(const T& rec)
 {
@@ -36,22 +36,33 @@ std::vector<char> flatOf(const T& rec)
     return bytes;
 }
 
-// Bytes a message writer produces for rec.
-template <typename Write, typename Rec>
-int wireSize(Write write, const Rec& rec)
-{
-    std::vector<char> out;
-    return write(rec, &out);
-}
+// Each node's key and flattened image, in key order: equal for equal maps.
+std::vector<std::vector<char>> imagesOf(const std::map<int64_t, LMNodeExtend>& nodes);
+
+// The first n bytes copied to end right before an unreadable page, so that
+// a read past them faults in any build, not only under a sanitizer.
+class FencedBytes {
+public:
+    FencedBytes(const std::vector<char>& bytes, size_t n);
+    ~FencedBytes();
+    FencedBytes(const FencedBytes&) = delete;
+    FencedBytes& operator=(const FencedBytes&) = delete;
+    const char* data() const { return start; }
+
+private:
+    char* base;
+    size_t length;
+    char* start;
+};
 
 // A point `east` and `north` metres from a fixed origin at 30 N, 120 E.
-GeoCoordinates geoAt(double east, double north);
 LMPointBase pointAt(double east, double north);
-
 LMMovementBase movement(int64_t remote, uint8_t phase = 0);
+LMSpeedLimitBase limit(uint8_t type, float speed);
 
-// A node that uses every kind of child: two links (one with two lanes),
-// speed limits, points, movements, names of various lengths.
+// A node that uses every kind of child: link 1000 + id (a full 64-byte name,
+// lanes 1 and 2, speed limits (5, 13.9) (4, 2) (5, 8.3), movements to
+// 2000 + id and 3000 + id, its lanes' to 2000 + id) and link 2000 + id.
 LMNodeExtend sampleNode(int64_t nodeId);
 
 #endif
