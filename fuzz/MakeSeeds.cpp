@@ -1,6 +1,8 @@
-// Writes the seed corpus of fuzz_nodelist into a directory: well-formed node
-// lists from the map message writer, small and large, for the fuzzer to
+// Writes the seed corpus of one fuzz target into a directory: well-formed
+// messages from the message writers, small and large, for the fuzzer to
 // mutate from.
+//
+//   fuzz_seeds KIND DIR      KIND: the target's name after fuzz_
 
 #include <cstdio>
 #include <cstring>
@@ -33,15 +35,9 @@ bool writeSeed(const std::string& dir, const char* name, const std::vector<LMNod
     return writeFile(dir + "/" + name, bytes);
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
+// Received node lists.
+bool nodeListSeeds(const std::string& dir)
 {
-    if (argc != 2) {
-        fprintf(stderr, "usage: fuzz_seeds DIR\n");
-        return 2;
-    }
-    std::string dir = argv[1];
     std::vector<LMNodeExtend> sample = SampleIntersection::nodes();
 
     // One node of everything, with names of the longest allowed length.
@@ -59,5 +55,29 @@ int main(int argc, char** argv)
         && writeSeed(dir, "one-link", {oneLink}) && writeSeed(dir, "sample", sample)
         && writeSeed(dir, "centre-node", {sample[0]}) && writeSeed(dir, "long-names", {full})
         && writeSeed(dir, "repeated-id", {bare, oneLink, bare});
-    return ok ? 0 : 1;
+    return ok;
+}
+
+struct SeedKind {
+    const char* name;
+    bool (*write)(const std::string& dir);
+};
+
+const SeedKind KINDS[] = {
+    {"nodelist", nodeListSeeds},
+};
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc == 3) {
+        for (const SeedKind& kind : KINDS) {
+            if (strcmp(argv[1], kind.name) == 0) {
+                return kind.write(argv[2]) ? 0 : 1;
+            }
+        }
+    }
+    fprintf(stderr, "usage: fuzz_seeds KIND DIR\n");
+    return 2;
 }

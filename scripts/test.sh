@@ -351,7 +351,7 @@ fi
 
 # ---- fuzzing -------------------------------------------------------------------
 
-step "Fuzzing the map message decoder"
+step "Fuzzing the decoders of received data"
 if [[ -f scripts/fuzz.sh ]]; then
     if run_logged "$LOGS/fuzz.log" env FUZZ_BUILD_DIR="$BUILD_ROOT/fuzz" bash scripts/fuzz.sh; then
         tail -n 1 "$LOGS/fuzz.log"
