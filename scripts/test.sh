@@ -261,7 +261,7 @@ else
     skip "cross-ABI images" "no ARM toolchain"
 fi
 
-# ---- the installed package, used from outside --------------------------------------
+# ---- the Debian packages, used from outside ------------------------------------
 
 # consumer_check LABEL PREFIX RUNNER... -- CMAKE_OPTIONS...
 consumer_check() {
@@ -283,26 +283,25 @@ consumer_check() {
     return 1
 }
 
-# install_prefix PRESET: installs that build into a fresh prefix, prints it.
-install_prefix() {
-    local prefix=$BUILD_ROOT/install/$1
-    rm -rf "$prefix"
-    run_logged "$LOGS/install-$1.log" cmake --install "$BUILD_ROOT/$1" --prefix "$prefix" >&2 &&
-        echo "$prefix"
+# packages_of PRESET ARCH: builds and checks that build's Debian packages,
+# extracting them into a scratch root; shows the failed checks and the
+# tally, and records them.
+PKG_ROOT=$BUILD_ROOT/pkgroot
+packages_of() {
+    local preset=$1 arch=$2
+    bash scripts/check-packages.sh "$BUILD_ROOT/$preset" "$arch" "$PKG_ROOT/$arch" >"$LOGS/packages-$arch.log" 2>&1
+    grep -E '^(FAIL|packages:)' "$LOGS/packages-$arch.log"
+    local counts
+    counts=$(sed -n 's/^packages: \([0-9]*\) passed, \([0-9]*\) failed$/\1 \2/p' "$LOGS/packages-$arch.log")
+    # shellcheck disable=SC2086
+    record "packages $arch" ${counts:-0 1}
+    [[ -n $counts && ${counts#* } == 0 ]]
 }
 
-step "Installed package: find_package and pkg-config"
-if [[ $HOST_OK == 0 ]] && prefix=$(install_prefix host); then
+step "Debian packages, and an outside project built against them"
+if [[ $HOST_OK == 0 ]] && packages_of host amd64; then
+    prefix=$PKG_ROOT/amd64/usr
     ok=0 bad=0
-    # Both libraries installed; the shared one carries the ABI's major version.
-    if [[ -f $prefix/lib/libv2xshm.a ]] &&
-        readelf -d "$prefix/lib/libv2xshm.so" | grep -q 'SONAME.*\[libv2xshm\.so\.0\]'; then
-        echo "ok   libv2xshm.a and libv2xshm.so (SONAME libv2xshm.so.0)"
-        ok=$((ok + 1))
-    else
-        echo "FAIL installed libraries: libv2xshm.a, or libv2xshm.so with SONAME libv2xshm.so.0"
-        bad=$((bad + 1))
-    fi
     for mode in shared static pkgconfig; do
         case $mode in
             shared) opts=(-DCMAKE_PREFIX_PATH="$prefix") ;;
@@ -315,20 +314,31 @@ if [[ $HOST_OK == 0 ]] && prefix=$(install_prefix host); then
             bad=$((bad + 1))
         fi
     done
-    if [[ $ARM_OK == 0 ]] && $HAVE_ARM && arm_prefix=$(install_prefix arm); then
-        if consumer_check arm-shared "$arm_prefix" qemu-arm -L /usr/arm-linux-gnueabihf -- \
+    # The packaged tool runs from the scratch root and, reading, creates nothing.
+    if "$prefix/bin/v2xshm" --help >/dev/null &&
+        unshare --ipc --map-root-user bash -c "'$prefix/bin/v2xshm' status >/dev/null; test -z \"\$(ipcs -m -s | grep '^0x')\""; then
+        echo "ok   packaged tool"
+        ok=$((ok + 1))
+    else
+        echo "FAIL packaged tool"
+        bad=$((bad + 1))
+    fi
+    if [[ $ARM_OK == 0 ]] && $HAVE_ARM && packages_of arm armhf; then
+        if consumer_check arm-shared "$PKG_ROOT/armhf/usr" qemu-arm -L /usr/arm-linux-gnueabihf -- \
                 -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/arm-linux-gnueabihf.cmake" \
-                -Dv2xshm_DIR="$arm_prefix/lib/cmake/v2xshm"; then
+                -Dv2xshm_DIR="$PKG_ROOT/armhf/usr/lib/cmake/v2xshm"; then
             ok=$((ok + 1))
         else
             bad=$((bad + 1))
         fi
+    elif $HAVE_ARM || $IN_CI; then
+        bad=$((bad + 1))
     fi
-    record "installed package" "$ok" "$bad"
+    record "packaged consumer" "$ok" "$bad"
     check_ipc_clean "the consumer runs"
 else
-    echo "needs an installable host build"
-    record "installed package" 0 1
+    echo "needs a packageable host build"
+    record "packaged consumer" 0 1
 fi
 
 # ---- geometry of the two ABIs ----------------------------------------------------

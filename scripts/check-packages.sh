@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Builds the Debian packages of one build directory with CPack, checks their
+# names, architecture, dependencies and contents, and extracts them into a
+# scratch root (as dpkg would install them, without touching the system).
+#
+#   scripts/check-packages.sh BUILD_DIR ARCH ROOT
+#
+# ARCH is amd64 or armhf. Prints one "ok"/"FAIL" line per check and, last,
+# "packages: N passed, N failed"; exits non-zero when a check failed.
+set -uo pipefail
+
+build=$(cd "$1" && pwd) arch=$2 root=$3
+passed=0 failed=0
+ok() { echo "ok   $1"; passed=$((passed + 1)); }
+bad() { echo "FAIL $1"; failed=$((failed + 1)); }
+check() { local name=$1; shift; if "$@"; then ok "$name"; else bad "$name"; fi; }
+
+case $arch in
+    amd64) machine="X86-64" ;;
+    armhf) machine="ARM" ;;
+    *) echo "unknown architecture $arch"; exit 2 ;;
+esac
+
+out=$build/packages
+rm -rf "$out" "$root"
+mkdir -p "$root"
+if ! (cd "$build" && cpack -G DEB --config CPackConfig.cmake >"$build/cpack.log" 2>&1); then
+    tail -n 30 "$build/cpack.log"
+    bad "cpack ($arch)"
+    echo "packages: $passed passed, $failed failed"
+    exit 1
+fi
+
+version=$(sed -n 's/^CPACK_PACKAGE_VERSION:STRING=//p;s/^set(CPACK_PACKAGE_VERSION "\(.*\)")$/\1/p' \
+    "$build/CPackConfig.cmake" | head -n 1)
+deb() { echo "$out/$1_${version}-1_${arch}.deb"; }
+field() { dpkg-deb -f "$(deb "$1")" "$2"; }
+has() { dpkg-deb -c "$(deb "$1")" | awk '{print $6}' | grep -qx "./$2"; }
+system_deps() { [[ $(field "$1" Depends) =~ libc6\ \(\>=\ 2\.34\) && $(field "$1" Depends) =~ libstdc\+\+6 ]]; }
+
+for pkg in libv2xshm0 libv2xshm-dev v2xshm; do
+    check "$pkg ($arch): built" test -f "$(deb "$pkg")" || continue
+    check "$pkg ($arch): architecture" test "$(field "$pkg" Architecture)" = "$arch"
+    dpkg-deb -x "$(deb "$pkg")" "$root"
+done
+
+# The runtime library: the versioned file and its SONAME link, nothing else.
+check "libv2xshm0: SONAME link and library" has libv2xshm0 usr/lib/libv2xshm.so.0
+check "libv2xshm0: only the library" \
+    test "$(dpkg-deb -c "$(deb libv2xshm0)" | awk '$1 !~ /^d/' | wc -l)" = 2
+check "libv2xshm0: SONAME libv2xshm.so.0" \
+    bash -c "readelf -d '$root/usr/lib/libv2xshm.so.$version' | grep -q 'SONAME.*\[libv2xshm\.so\.0\]'"
+check "libv2xshm0: built for $machine" \
+    bash -c "readelf -h '$root/usr/lib/libv2xshm.so.$version' | grep -q 'Machine:.*$machine'"
+check "libv2xshm0: shlibs file" bash -c "dpkg-deb -I '$(deb libv2xshm0)' shlibs | grep -q '^libv2xshm 0 libv2xshm0'"
+check "libv2xshm0: depends on the C and C++ runtimes" system_deps libv2xshm0
+
+# The development files, tied to the same version of the runtime.
+for f in usr/include/v2xshm/v2xshm.h usr/include/v2xshm/shm/IFSHM.h usr/lib/libv2xshm.so usr/lib/libv2xshm.a \
+         usr/lib/cmake/v2xshm/v2xshmConfig.cmake usr/lib/pkgconfig/v2xshm.pc; do
+    check "libv2xshm-dev: $f" has libv2xshm-dev "$f"
+done
+check "libv2xshm-dev: depends on libv2xshm0 (= $version-1)" \
+    test "$(field libv2xshm-dev Depends)" = "libv2xshm0 (= $version-1)"
+
+# The tool, linked with the static archive, and its manual page.
+check "v2xshm: tool and manual page" bash -c "$(declare -f has deb); out='$out' version='$version' arch='$arch'; \
+    has v2xshm usr/bin/v2xshm && has v2xshm usr/share/man/man1/v2xshm.1.gz"
+check "v2xshm: tool built for $machine" bash -c "readelf -h '$root/usr/bin/v2xshm' | grep -q 'Machine:.*$machine'"
+check "v2xshm: does not need libv2xshm0" \
+    bash -c "! readelf -d '$root/usr/bin/v2xshm' | grep -q 'NEEDED.*libv2xshm'"
+check "v2xshm: depends on the C and C++ runtimes only" system_deps v2xshm
+check "v2xshm: manual page v2xshm(1) renders cleanly" \
+    bash -c "zcat '$root/usr/share/man/man1/v2xshm.1.gz' | head -n 5 | grep -q '^\.TH V2XSHM 1' &&
+             test -z \"\$(MANWIDTH=80 man -l '$root/usr/share/man/man1/v2xshm.1.gz' 2>&1 >/dev/null)\""
+
+echo "packages: $passed passed, $failed failed"
+((failed == 0))
