@@ -1,1 +1,1 @@
-v2xshm_subsystem(codec SerializeTool)
+v2xshm_subsystem(codec SerializeTool VI2CFrame VI2CFrameStream RTCMShortFrame)
