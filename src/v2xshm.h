@@ -13,6 +13,9 @@
 #include "shm/DevConfigMng.h"
 
 #include "codec/SerializeTool.h"
+#include "codec/VI2CFrame.h"
+#include "codec/VI2CFrameStream.h"
+#include "codec/RTCMShortFrame.h"
 
 #include "space/IFPosition.h"
 #include "space/SpaceTool.h"
@@ -34,5 +37,11 @@
 
 #include "status/VehStatus.h"
 #include "status/VehStatusMng.h"
+#include "status/CommInfo.h"
+#include "status/CommRecord.h"
+#include "status/CommRecordMng.h"
+#include "status/CommSumMng.h"
+#include "status/UIClient.h"
+#include "status/DevUIClientMng.h"
 
 #endif

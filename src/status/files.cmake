@@ -1,1 +1,1 @@
-v2xshm_subsystem(status VehStatus VehStatusMng)
+v2xshm_subsystem(status VehStatus VehStatusMng CommInfo CommRecord CommRecordMng CommSumMng UIClient DevUIClientMng)
