@@ -1,0 +1,3 @@
+#include "ptc/TgtCollision.h"
+
+TgtCollision::TgtCollision() : collision(COLLISION_NONE) {}

@@ -1,0 +1,1 @@
+v2xshm_subsystem(ptc IFPTCBase PTC OBU RSU TargetBase TgtCollision PtcListTool PTCListMng PtcOBUListMng PtcRSUListMng PtcLocalIDMng DevPTCGivenIDMng TargetMng TgtCollisionMng)
