@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "codec/SerializeTool.h"
+#include "localmap/LMMessageWalk.h"
 #include "localmap/LMNodeExtend.h"
 #include "localmap/LMNodeListMng.h"
 
@@ -26,101 +27,9 @@ constexpr int MIN_LANE = 2 + (2 + LANE_BASE_FIELDS) + 4 + 4;
 constexpr int MIN_LINK = 2 + (2 + 8 + 1 + 4 + 1 + 4) + 4 * 4;
 constexpr int MIN_NODE = 2 + (2 + POSITION_BYTES + 1 + 8) + 4;
 
-// A read position that never passes `end`; the first fault sticks.
-struct Walk {
-    const char* buf;
-    int at;
-    int end;
-    int fault;    // 0 while the walk is sound, else an LMMessageCheck code
-    int faultAt;  // where the field at fault starts
-
-    bool ok() const { return fault == 0; }
-
-    bool failWith(int code, int fieldAt)
-    {
-        if (fault == 0) {
-            fault = code;
-            faultAt = fieldAt;
-        }
-        return false;
-    }
-
-    bool skip(int n)
-    {
-        if (!ok()) {
-            return false;
-        }
-        if (end - at < n) {
-            return failWith(LMMessageCheck::TRUNCATED, at);
-        }
-        at += n;
-        return true;
-    }
-
-    // A record's 16-bit length: the decoders read it only to refuse a
-    // negative one, then follow the fields.
-    bool recordLength()
-    {
-        if (!ok()) {
-            return false;
-        }
-        if (end - at < 2) {
-            return failWith(LMMessageCheck::TRUNCATED, at);
-        }
-        short len = 0;
-        SerializeTool::Byte2Short(buf, &at, &len);
-        return len >= 0 || failWith(LMMessageCheck::MALFORMED, at - 2);
-    }
-
-    // A name's length byte and its bytes.
-    bool name()
-    {
-        if (!skip(1)) {
-            return false;
-        }
-        int n = (uint8_t)buf[at - 1];
-        if (n > NAME_MAX_LEN) {
-            return failWith(LMMessageCheck::MALFORMED, at - 1);
-        }
-        return skip(n);
-    }
-
-    // A 32-bit count, with the number of records it announces in *n (0 for
-    // a negative count, which the decoders read as no records).
-    bool count(int minRecord, int* n)
-    {
-        if (!ok()) {
-            return false;
-        }
-        if (end - at < 4) {
-            return failWith(LMMessageCheck::TRUNCATED, at);
-        }
-        int value = 0;
-        SerializeTool::Byte2Int(buf, &at, &value);
-        *n = value > 0 ? value : 0;
-        if ((int64_t)*n * minRecord > (int64_t)(end - at)) {
-            return failWith(LMMessageCheck::TRUNCATED, at - 4);
-        }
-        return true;
-    }
-
-    // A record of fixed fields: length, then `fields` bytes.
-    bool fixedRecord(int fields) { return recordLength() && skip(fields); }
-
-    // A counted group whose records all have fixed fields.
-    bool fixedGroup(int fields)
-    {
-        int n = 0;
-        if (!count(2 + fields, &n)) {
-            return false;
-        }
-        for (int i = 0; i < n; ++i) {
-            if (!fixedRecord(fields)) {
-                return false;
-            }
-        }
-        return true;
-    }
+// The map's records on top of the generic walk.
+struct Walk : LMMessageWalk {
+    bool name() { return LMMessageWalk::name(NAME_MAX_LEN); }
 
     bool lane()
     {
@@ -199,7 +108,7 @@ int LMMessageCheck::checkNodeList(const char* buf, int pos, int len, int* faultA
     if (buf == nullptr || pos < 0 || len < 0 || len > INT_MAX - pos) {
         return BAD_ARGS;
     }
-    Walk walk{buf, pos, pos + len, 0, 0};
+    Walk walk{{buf, pos, pos + len, 0, 0}};
     if (!walk.nodeList()) {
         if (faultAt != nullptr) {
             *faultAt = walk.faultAt - pos;

@@ -16,6 +16,7 @@
 #include "codec/SerializeTool.h"
 #include "localmap/LMNodeBase.h"
 #include "localmap/LMPointBase.h"
+#include "localmap/LMTrafficLightBase.h"
 #include "space/IFPosition.h"
 
 class LMRecordTool {
@@ -177,6 +178,9 @@ public:
     static uint8_t keyOf(const LMLaneBase& r) { return r.laneID; }
     static int64_t keyOf(const LMMovementBase& r) { return r.remoteNodeId; }
     static int64_t keyOf(const LMNodeBase& r) { return r.nodeId; }
+    static uint8_t keyOf(const LMPhaseStateBase& r) { return r.light; }
+    static uint8_t keyOf(const LMPhaseBase& r) { return r.phaseID; }
+    static int64_t keyOf(const LMTrafficLightBase& r) { return r.id; }
 
     // Maps take the key from the value (a later value replaces an earlier
     // one with the same key); vectors append.

@@ -1,2 +1,4 @@
 v2xshm_subsystem(localmap LMNodeBase LMPointBase LMNodeExtend LMLinkExtend LMLaneExtend LMNodeListMng LMMapRes LMMapResMng)
 v2xshm_subsystem(localmap LMMessageCheck)
+v2xshm_subsystem(localmap LMTrafficLightBase LMPhaseExtend LMTrafficLightExtend LMTLListMng LMTLPhaseRes LMTLPhaseResMng)
+v2xshm_subsystem(localmap LMRSIBase LMRSIExtend LMRSIListMng LMRSIRes LMRSIResMng LMSignalCheck)
