@@ -1,32 +1,51 @@
-// Writes the sample intersection's node list message to a file, in the form
-// a map source sends it; `v2xshm map load FILE` reads it back.
+// Writes the sample intersection's messages to a file, in the form their
+// sources send them: the node list (`v2xshm map load FILE` reads it back),
+// the light list (`v2xshm signal load FILE`) or the RSI list (`v2xshm rsi
+// load FILE`).
+//
+//   v2xshm_makesample [map|signal|rsi] FILE      (map when the kind is left out)
 
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 #include "SampleIntersection.h"
+#include "SampleSignal.h"
 
 int main(int argc, char** argv)
 {
-    if (argc != 2) {
-        fprintf(stderr, "usage: v2xshm_makesample FILE\n");
+    if (argc < 2 || argc > 3) {
+        fprintf(stderr, "usage: v2xshm_makesample [map|signal|rsi] FILE\n");
         return 2;
     }
+    const char* kind = argc == 3 ? argv[1] : "map";
+    const char* file = argv[argc - 1];
     std::vector<char> message;
-    if (SampleIntersection::writeMessage(&message) < 0) {
-        fprintf(stderr, "v2xshm_makesample: the writer refused the sample map\n");
+    int rc = -1;
+    if (strcmp(kind, "map") == 0) {
+        rc = SampleIntersection::writeMessage(&message);
+    } else if (strcmp(kind, "signal") == 0) {
+        rc = SampleSignal::writeLights(&message);
+    } else if (strcmp(kind, "rsi") == 0) {
+        rc = SampleSignal::writeRSI(&message);
+    } else {
+        fprintf(stderr, "v2xshm_makesample: unknown kind %s (map, signal, rsi)\n", kind);
+        return 2;
+    }
+    if (rc < 0) {
+        fprintf(stderr, "v2xshm_makesample: the writer refused the sample %s\n", kind);
         return 1;
     }
-    FILE* out = fopen(argv[1], "wb");
+    FILE* out = fopen(file, "wb");
     if (out == nullptr) {
-        perror(argv[1]);
+        perror(file);
         return 1;
     }
     size_t written = fwrite(message.data(), 1, message.size(), out);
     if (fclose(out) != 0 || written != message.size()) {
-        perror(argv[1]);
+        perror(file);
         return 1;
     }
-    printf("%s: %zu bytes, %zu nodes\n", argv[1], message.size(), SampleIntersection::nodes().size());
+    printf("%s: %zu bytes, sample %s\n", file, message.size(), kind);
     return 0;
 }

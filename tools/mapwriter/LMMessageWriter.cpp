@@ -103,18 +103,18 @@ int appendRecord(std::vector<char>* out, Body body)
     }
 }
 
-}  // namespace
-
-int LMMessageWriter::writeNodeList(const std::vector<LMNodeExtend>& nodes, std::vector<char>* out)
+// A list: 2 zero bytes that receivers skip, then a counted group.
+template <typename Record, typename Write>
+int appendList(const std::vector<Record>& records, std::vector<char>* out, Write write)
 {
-    if (out == nullptr || nodes.size() > (size_t)INT32_MAX) {
+    if (out == nullptr || records.size() > (size_t)INT32_MAX) {
         return -1;
     }
     size_t start = out->size();
     try {
         Appender a(out);
-        a.i16(0);  // skipped by receivers
-        if (!a.group(nodes, writeNode)) {
+        a.i16(0);
+        if (!a.group(records, write)) {
             out->resize(start);
             return -1;
         }
@@ -123,6 +123,23 @@ int LMMessageWriter::writeNodeList(const std::vector<LMNodeExtend>& nodes, std::
         out->resize(start);
         return -1;
     }
+}
+
+}  // namespace
+
+int LMMessageWriter::writeNodeList(const std::vector<LMNodeExtend>& nodes, std::vector<char>* out)
+{
+    return appendList(nodes, out, writeNode);
+}
+
+int LMMessageWriter::writeTLList(const std::vector<LMTrafficLightExtend>& lights, std::vector<char>* out)
+{
+    return appendList(lights, out, writeTrafficLight);
+}
+
+int LMMessageWriter::writeRSIList(const std::vector<LMRSIExtend>& records, std::vector<char>* out)
+{
+    return appendList(records, out, writeRSI);
 }
 
 int LMMessageWriter::writeNodeBase(const LMNodeBase& node, std::vector<char>* out)
@@ -206,5 +223,76 @@ int LMMessageWriter::writeNode(const LMNodeExtend& node, std::vector<char>* out)
 {
     return appendRecord(out, [&](Appender& a) {
         return writeNodeBase(node, out) >= 0 && a.group(node.links, writeLink);
+    });
+}
+
+int LMMessageWriter::writePhaseState(const LMPhaseStateBase& state, std::vector<char>* out)
+{
+    return appendRecord(out, [&](Appender& a) {
+        a.byte(state.light);
+        a.f32(state.startTime);
+        a.f32(state.minEndTime);
+        a.f32(state.maxEndTime);
+        a.f32(state.likelyEndTime);
+        a.byte(state.timeConfidence);
+        a.f32(state.nextStartTime);
+        a.f32(state.nextDuration);
+        return true;
+    });
+}
+
+int LMMessageWriter::writePhaseBase(const LMPhaseBase& phase, std::vector<char>* out)
+{
+    return appendRecord(out, [&](Appender& a) {
+        a.byte(phase.phaseID);
+        a.byte(phase.phaseAttr);
+        return true;
+    });
+}
+
+int LMMessageWriter::writePhase(const LMPhaseExtend& phase, std::vector<char>* out)
+{
+    return appendRecord(out, [&](Appender& a) {
+        return writePhaseBase(phase, out) >= 0 && a.group(phase.phaseStates, writePhaseState);
+    });
+}
+
+int LMMessageWriter::writeTrafficLightBase(const LMTrafficLightBase& light, std::vector<char>* out)
+{
+    return appendRecord(out, [&](Appender& a) {
+        a.i64(light.id);
+        a.byte(light.status[0]);
+        a.byte(light.status[1]);
+        a.i16(light.timeStamp);
+        a.byte(light.timeConfidence);
+        return true;
+    });
+}
+
+int LMMessageWriter::writeTrafficLight(const LMTrafficLightExtend& light, std::vector<char>* out)
+{
+    return appendRecord(out, [&](Appender& a) {
+        return writeTrafficLightBase(light, out) >= 0 && a.group(light.phases, writePhase);
+    });
+}
+
+int LMMessageWriter::writeRSIBase(const LMRSIBase& rsi, std::vector<char>* out)
+{
+    return appendRecord(out, [&](Appender& a) {
+        a.position(rsi.position);
+        a.i16(rsi.infoID);
+        a.i32(rsi.attrInt);
+        a.i16(rsi.attrShort);
+        a.name(rsi.text, LMRSIBase::TEXT_LEN - 1);
+        a.byte(rsi.attrByte);
+        a.f32(rsi.attrFloat);
+        return true;
+    });
+}
+
+int LMMessageWriter::writeRSI(const LMRSIExtend& rsi, std::vector<char>* out)
+{
+    return appendRecord(out, [&](Appender& a) {
+        return writeRSIBase(rsi, out) >= 0 && a.group(rsi.points, writePoint);
     });
 }

@@ -8,6 +8,8 @@
 #include "localmap/LMNodeBase.h"
 #include "localmap/LMNodeExtend.h"
 #include "localmap/LMPointBase.h"
+#include "localmap/LMRSIExtend.h"
+#include "localmap/LMTrafficLightExtend.h"
 
 // Writes local-map messages in the received format: big-endian, every record
 // led by a signed 16-bit length, extended records nesting their base record
@@ -17,6 +19,10 @@
 // 32767 bytes cannot be sent and is refused. Names are sent up to their first
 // zero byte (at most 64 bytes). A node list starts with 2 zero bytes that
 // receivers skip, then a 32-bit node count.
+//
+// Light lists and RSI lists are framed the same way (2 zero bytes, a 32-bit
+// count, the records); an RSI text is sent up to its first zero byte (at
+// most 255 bytes) and its sourceID is not sent.
 //
 // Every writer appends to *out and returns the number of bytes appended, or
 // -1 (nothing appended) for a null out, a record too long for its length
@@ -32,10 +38,21 @@ public:
     static int writeMovement(const LMMovementBase& movement, std::vector<char>* out);
     static int writeSpeedLimit(const LMSpeedLimitBase& limit, std::vector<char>* out);
 
+    static int writeTLList(const std::vector<LMTrafficLightExtend>& lights, std::vector<char>* out);
+    static int writeTrafficLight(const LMTrafficLightExtend& light, std::vector<char>* out);
+    static int writePhase(const LMPhaseExtend& phase, std::vector<char>* out);
+    static int writePhaseState(const LMPhaseStateBase& state, std::vector<char>* out);
+
+    static int writeRSIList(const std::vector<LMRSIExtend>& records, std::vector<char>* out);
+    static int writeRSI(const LMRSIExtend& rsi, std::vector<char>* out);
+
     // The base records alone, as they lead their extended records.
     static int writeNodeBase(const LMNodeBase& node, std::vector<char>* out);
     static int writeLinkBase(const LMLinkBase& link, std::vector<char>* out);
     static int writeLaneBase(const LMLaneBase& lane, std::vector<char>* out);
+    static int writeTrafficLightBase(const LMTrafficLightBase& light, std::vector<char>* out);
+    static int writePhaseBase(const LMPhaseBase& phase, std::vector<char>* out);
+    static int writeRSIBase(const LMRSIBase& rsi, std::vector<char>* out);
 };
 
 #endif

@@ -1,0 +1,118 @@
+#include "SampleSignal.h"
+
+#include <cstring>
+#include <initializer_list>
+
+#include "LMMessageWriter.h"
+#include "SampleIntersection.h"
+
+namespace {
+
+constexpr float NONE = LMPhaseStateBase::NO_TIME;
+constexpr uint8_t CONFIDENCE = 15;  // as the controller sends it
+
+// A light state from `start` to `end` seconds, give or take one second.
+LMPhaseStateBase stateOf(uint8_t light, float start, float end)
+{
+    LMPhaseStateBase state;
+    state.light = light;
+    state.startTime = start;
+    state.minEndTime = end - 1.0f;
+    state.maxEndTime = end + 1.0f;
+    state.likelyEndTime = end;
+    state.timeConfidence = CONFIDENCE;
+    state.nextStartTime = NONE;
+    state.nextDuration = NONE;
+    return state;
+}
+
+LMPhaseExtend phaseOf(uint8_t phaseID, std::initializer_list<LMPhaseStateBase> states)
+{
+    LMPhaseExtend phase;
+    phase.phaseID = phaseID;
+    for (const LMPhaseStateBase& state : states) {
+        phase.phaseStates[state.light] = state;
+    }
+    return phase;
+}
+
+LMTrafficLightExtend lightOf(int64_t id, std::initializer_list<LMPhaseExtend> phases)
+{
+    LMTrafficLightExtend light;
+    light.id = id;
+    light.status[0] = 0x00;
+    light.status[1] = 0x00;
+    light.timeStamp = 1200;  // as the controller sends it
+    light.timeConfidence = CONFIDENCE;
+    for (const LMPhaseExtend& phase : phases) {
+        light.phases[phase.phaseID] = phase;
+    }
+    return light;
+}
+
+LMPointBase pointAt(double east, double north)
+{
+    LMPointBase point;
+    static_cast<GeoCoordinates&>(point) = SampleIntersection::at(east, north);
+    return point;
+}
+
+LMRSIExtend rsiOf(int16_t infoID, int32_t code, const char* text, std::initializer_list<LMPointBase> points)
+{
+    LMRSIExtend rsi;
+    rsi.infoID = infoID;
+    rsi.attrInt = code;
+    rsi.attrShort = 0;
+    memcpy(rsi.text, text, strnlen(text, LMRSIBase::TEXT_LEN - 1));
+    rsi.attrByte = 1;
+    rsi.attrFloat = 0.0f;
+    rsi.points = points;
+    static_cast<GeoCoordinates&>(rsi.position) = *points.begin();
+    return rsi;
+}
+
+}  // namespace
+
+std::vector<LMTrafficLightExtend> SampleSignal::lights()
+{
+    const uint8_t R = LIGHT_RED;
+    const uint8_t G = LIGHT_GREEN;
+    const uint8_t Y = LIGHT_YELLOW;
+    // Centre node, one cycle from reception: all red to 4 s, Mill Rd through
+    // green to 24 s, Mill Rd left turns 27 to 37 s, Harbour St left turns 40
+    // to 50 s, Harbour St through from 53 s.
+    LMTrafficLightExtend centre =
+        lightOf(SampleIntersection::CENTRE_NODE,
+                {phaseOf(1, {stateOf(R, NONE, 27.0f), stateOf(G, 27.0f, 37.0f), stateOf(Y, 37.0f, 40.0f)}),
+                 phaseOf(2, {stateOf(R, NONE, 4.0f), stateOf(G, 4.0f, 24.0f), stateOf(Y, 24.0f, 27.0f)}),
+                 phaseOf(3, {stateOf(R, NONE, 40.0f), stateOf(G, 40.0f, 50.0f), stateOf(Y, 50.0f, 53.0f)}),
+                 phaseOf(4, {stateOf(Y, NONE, 1.0f), stateOf(R, 1.0f, 53.0f), stateOf(G, 53.0f, 83.0f)})});
+    // The neighbouring node: a simple two-phase controller.
+    LMTrafficLightExtend neighbour =
+        lightOf(SampleIntersection::NEIGHBOUR_NODE,
+                {phaseOf(1, {stateOf(R, NONE, 30.0f), stateOf(G, 30.0f, 45.0f), stateOf(Y, 45.0f, 48.0f)}),
+                 phaseOf(2, {stateOf(G, NONE, 25.0f), stateOf(Y, 25.0f, 28.0f), stateOf(R, 28.0f, 60.0f)})});
+    return {centre, neighbour};
+}
+
+std::vector<LMRSIExtend> SampleSignal::rsiRecords()
+{
+    // East and north metres from the centre node, along the approaches'
+    // centre lines (Mill Rd northbound at 5.25 m east, Harbour St westbound
+    // at 3.5 m north).
+    return {rsiOf(1, 38, "Road works ahead: right lane closed 90 m to 30 m before the stop line",
+                  {pointAt(5.25, -90.0), pointAt(5.25, -60.0), pointAt(5.25, -30.0)}),
+            rsiOf(2, 7, "School zone: 30 km/h",
+                  {pointAt(300.0, 3.5), pointAt(200.0, 3.5), pointAt(100.0, 3.5)}),
+            rsiOf(3, 12, "Fog on Harbour St east of Quay Rd", {pointAt(600.0, 3.5), pointAt(520.0, 3.5)})};
+}
+
+int SampleSignal::writeLights(std::vector<char>* out)
+{
+    return LMMessageWriter::writeTLList(lights(), out);
+}
+
+int SampleSignal::writeRSI(std::vector<char>* out)
+{
+    return LMMessageWriter::writeRSIList(rsiRecords(), out);
+}
