@@ -1,0 +1,213 @@
+// The participant lists: their keys, insert and refresh, ageing, the one
+// record past the array, damaged counts, and the identifiers they give out.
+#include <cmath>
+#include <gtest/gtest.h>
+#include <sys/shm.h>
+
+#include "ptc/DevPTCGivenIDMng.h"
+#include "ptc/PtcLocalIDMng.h"
+#include "shm/TimeTool.h"
+#include "support/ByteImage.h"
+#include "PtcTestUtil.h"
+
+namespace {
+
+PTC ptc(uint16_t ptcID, uint8_t source, const char* sourceID)
+{
+    PTC p;
+    p.ptcID = ptcID;
+    p.source = source;
+    strncpy(p.sourceID, sourceID, sizeof p.sourceID);
+    return p;
+}
+
+TEST(PtcLists, KeysTellParticipantsApart)
+{
+    Seg<PTCListMng> ptcs(true);
+    struct {
+        PTC second;
+        int rc;
+    } cases[] = {
+        {ptc(7, 1, "cam-1"), 1},
+        {ptc(7, 2, "cam-1"), 2},  // same ptcID and sourceID, another source
+        {ptc(8, 1, "cam-1"), 2},
+        {ptc(7, 1, "cam-2"), 2},
+        {ptc(7, 1, "cam-1\0junk"), 1},  // compared as zero-terminated text
+    };
+    for (auto& c : cases) {
+        ptcs.setCount(0);
+        PTC first = ptc(7, 1, "cam-1");
+        ASSERT_EQ(insertInto(ptcs, &first), 2);
+        EXPECT_EQ(insertInto(ptcs, &c.second), c.rc) << c.second.ptcID << " " << (int)c.second.source;
+        EXPECT_EQ(ptcs.storedCount(), c.rc == 1 ? 1 : 2);
+    }
+
+    // OBU and RSU lists know a device by its id; an empty id is an id too.
+    Seg<PtcOBUListMng> obus(true);
+    const char* ids[] = {"", "obu-a", "", "0123456789abcdef", "0123456789abcdeX", "obu-a"};
+    int expected[] = {2, 2, 1, 2, 2, 1};
+    for (int i = 0; i < 6; ++i) {
+        OBU o;
+        memcpy(o.id, ids[i], strlen(ids[i]));
+        EXPECT_EQ(insertInto(obus, &o), expected[i]) << i;
+    }
+    ASSERT_EQ(obus.update(), 1);
+    EXPECT_EQ(obus.obus.size(), 4u);
+    Seg<PtcRSUListMng> rsus(true);
+    RSU r;
+    strcpy(r.id, "rsu-1");
+    EXPECT_EQ(insertInto(rsus, &r), 2);
+    EXPECT_EQ(insertInto(rsus, &r), 1);
+}
+
+TEST(PtcLists, RefreshKeepsIdentifierAndPlace)
+{
+    Seg<PTCListMng> list(true);
+    PTC a = ptc(1, 1, "s"), b = ptc(2, 1, "s");
+    a.localID = 999;  // whatever the caller left there is replaced
+    ASSERT_EQ(insertInto(list, &a), 2);
+    ASSERT_EQ(insertInto(list, &b), 2);
+    EXPECT_NE(a.localID, 0);
+    EXPECT_NE(a.localID, b.localID);
+
+    PTC again = ptc(1, 1, "s");
+    again.gnss.speed = 12.5f;
+    double before = TimeTool::getPreciseTimeNow();
+    ASSERT_EQ(insertInto(list, &again), 1);
+    EXPECT_EQ(again.localID, a.localID) << "the caller sees the kept identifier";
+    ASSERT_EQ(list.update(), 1);
+    ASSERT_EQ(list.ptcs.size(), 2u);
+    EXPECT_EQ(copyOf(list.ptcs[0].localID), a.localID);
+    EXPECT_EQ(copyOf(list.ptcs[0].gnss.speed), 12.5f);
+    EXPECT_GE(copyOf(list.ptcs[0].latestRefreshTime), before);
+    EXPECT_EQ(copyOf(list.ptcs[1].ptcID), 2);
+
+    std::vector<PTC> batch = {ptc(2, 1, "s"), ptc(3, 1, "s")};
+    EXPECT_EQ(list.operateSHMNotSafe(PTCListMng::insertUpdateListMulti, &batch), 1);
+    EXPECT_EQ(batch[0].localID, b.localID);
+    EXPECT_EQ(list.storedCount(), 3);
+}
+
+// The same claims on all three lists, which share their logic.
+template <typename Mng>
+class PtcListTyped : public ::testing::Test {};
+using Lists = ::testing::Types<PTCListMng, PtcOBUListMng, PtcRSUListMng>;
+TYPED_TEST_SUITE(PtcListTyped, Lists);
+
+TYPED_TEST(PtcListTyped, AgeingDropsOnlyRecordsOlderThanTwoSeconds)
+{
+    using Rec = typename TypeParam::Tool::Rec;
+    Seg<TypeParam> list(true);
+    const double ages[] = {1.9, 2.1, 0.0, 2.5, 1.0};
+    for (int i = 0; i < 5; ++i) {
+        Rec r;
+        makeParticipant(i, &r);
+        ASSERT_EQ(insertInto(list, &r), 2);
+    }
+    double now = TimeTool::getPreciseTimeNow();
+    for (int i = 0; i < 5; ++i) {
+        TypeParam::Tool::at(list.raw(), i)->latestRefreshTime = now - ages[i];
+    }
+    ASSERT_EQ(list.operateSHMNotSafe(TypeParam::refreshList, nullptr), 1);
+    std::vector<Rec> kept;
+    ASSERT_EQ(TypeParam::Tool::update(list, &kept), 1);
+    ASSERT_EQ(kept.size(), 3u);
+    const float speeds[] = {0.0f, 2.0f, 4.0f};  // the fresh ones, in order
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(copyOf(kept[i].gnss.speed), speeds[i]);
+    }
+
+    // The limit itself is fresh; the smallest step beyond it is not.
+    const double stamp = 1700000000.25;
+    for (double now2 : {stamp + 2.0, std::nextafter(stamp + 2.0, 1e10)}) {
+        typename TypeParam::Tool::Image image;
+        image.list.count = 1;
+        image.list.items[0].latestRefreshTime = stamp;
+        TypeParam::Tool::refreshAt(&image, now2);
+        EXPECT_EQ(image.list.count, now2 == stamp + 2.0 ? 1 : 0);
+    }
+}
+
+TYPED_TEST(PtcListTyped, FullListTakesOneRecordPastTheArrayAndNoMore)
+{
+    using Rec = typename TypeParam::Tool::Rec;
+    constexpr int CAP = TypeParam::CAPACITY;
+    constexpr int REACH = TypeParam::Tool::REACH;
+    Seg<TypeParam> list(true);
+    for (int i = 0; i <= CAP; ++i) {
+        Rec r;
+        makeParticipant(i, &r);
+        ASSERT_EQ(insertInto(list, &r), 2) << i;
+    }
+    EXPECT_EQ(list.storedCount(), CAP + 1);
+    Bytes before = bytesOf(list.raw(), REACH);
+    Rec more;
+    makeParticipant(CAP + 1, &more);
+    EXPECT_EQ(insertInto(list, &more), -1);
+    EXPECT_EQ(bytesOf(list.raw(), REACH), before) << "a refused insert changes nothing";
+
+    Rec last;
+    makeParticipant(CAP, &last);
+    EXPECT_EQ(insertInto(list, &last), 1) << "the record past the array is found";
+    ASSERT_EQ(list.update(), 1);
+    std::vector<Rec> all;
+    ASSERT_EQ(TypeParam::Tool::update(list, &all), 1);
+    ASSERT_EQ(all.size(), (size_t)CAP + 1);
+    EXPECT_EQ(copyOf(all[CAP].gnss.speed), (float)CAP);
+    ASSERT_EQ(list.operateSHMNotSafe(TypeParam::refreshList, nullptr), 1);
+    EXPECT_EQ(list.storedCount(), CAP + 1) << "ageing keeps it too";
+
+    // Nothing is ever written beyond the list's reach in its last page.
+    struct shmid_ds ds;
+    ASSERT_EQ(shmctl(shmget(TypeParam::SHM_KEY, 0, 0), IPC_STAT, &ds), 0);
+    size_t mapped = (ds.shm_segsz + 4095) / 4096 * 4096;
+    EXPECT_EQ(bytesOf(list.raw() + REACH, mapped - REACH), Bytes(mapped - REACH, 0));
+}
+
+TYPED_TEST(PtcListTyped, DamagedCountIsBoundedByEveryone)
+{
+    using Rec = typename TypeParam::Tool::Rec;
+    constexpr int CAP = TypeParam::CAPACITY;
+    Seg<TypeParam> list(true);
+    struct {
+        int32_t count;
+        size_t seen;
+        int insert;
+    } cases[] = {{-5, 0, 2}, {CAP + 2, CAP + 1, -1}, {0x7FFFFFFF, CAP + 1, -1}};
+    int fresh = CAP + 10;
+    for (const auto& c : cases) {
+        list.setCount(c.count);
+        std::vector<Rec> got;
+        EXPECT_EQ(TypeParam::Tool::update(list, &got), 1);
+        EXPECT_EQ(got.size(), c.seen) << c.count;
+        Rec r;
+        makeParticipant(fresh++, &r);
+        EXPECT_EQ(insertInto(list, &r), c.insert) << c.count;
+    }
+}
+
+TEST(PtcIdentifiers, BothCountersWrapTheirOwnWay)
+{
+    // Local: never 0, the value before the increment.
+    PtcLocalIDMng::next_id = 65534;
+    std::vector<unsigned short> local;
+    for (int i = 0; i < 4; ++i) {
+        local.push_back(PtcLocalIDMng::getNextLocalID());
+    }
+    EXPECT_EQ(local, (std::vector<unsigned short>{65534, 65535, 1, 2}));
+
+    // Device-wide: 0 is given out, the value after the increment.
+    Seg<DevPTCGivenIDMng> given(true);
+    EXPECT_EQ(given.getPTCGivenID(), 1);
+    uint16_t counter = 65534;
+    ASSERT_EQ(given.commit2SHM(&counter, sizeof counter), 1);
+    std::vector<unsigned short> drawn;
+    for (int i = 0; i < 3; ++i) {
+        drawn.push_back(given.getPTCGivenID());
+    }
+    EXPECT_EQ(drawn, (std::vector<unsigned short>{65535, 0, 1}));
+    memcpy(&counter, given.raw(), sizeof counter);
+    EXPECT_EQ(counter, 1);
+}
+
+}  // namespace
