@@ -1,0 +1,271 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "LocalMapTestUtil.h"
+#include "SampleSignal.h"
+#include "localmap/LMRSIListMng.h"
+#include "localmap/LMRSIResMng.h"
+#include "localmap/LMTLListMng.h"
+#include "localmap/LMTLPhaseResMng.h"
+#include "shm/TimeTool.h"
+#include "support/ByteImage.h"
+#include "support/ProcessHelpers.h"
+
+namespace {
+
+using LightMap = std::map<int64_t, LMTrafficLightExtend>;
+constexpr int SIZE = LMTLListMng::SHM_SIZE;
+
+LMTrafficLightExtend lightWith(int64_t id, uint8_t phase, double age = 0.0)
+{
+    LMTrafficLightExtend light = SampleSignal::lights()[0];
+    light.id = id;
+    light.phases.clear();
+    light.phases[phase].phaseID = phase;
+    light.latestRefreshTime = TimeTool::getPreciseTimeNow() - age;
+    return light;
+}
+
+LMRSIExtend rsiOf(const char* source, int16_t infoID, const char* text, double age = 0.0)
+{
+    LMRSIExtend rsi = SampleSignal::rsiRecords()[0];
+    memset(rsi.sourceID, 0, sizeof rsi.sourceID);
+    memcpy(rsi.sourceID, source, strnlen(source, sizeof rsi.sourceID));
+    rsi.infoID = infoID;
+    memset(rsi.text, 0, sizeof rsi.text);
+    strcpy(rsi.text, text);
+    rsi.latestRefreshTime = TimeTool::getPreciseTimeNow() - age;
+    return rsi;
+}
+
+// The lights in segment order, as (id, phases), and the zeros after them.
+std::vector<std::pair<int64_t, std::vector<int>>> lightsInSegment(IF_SHM& mng)
+{
+    std::vector<char> image(SIZE);
+    mng.updateFromSHM(image.data(), SIZE);
+    std::vector<std::pair<int64_t, std::vector<int>>> out;
+    int32_t count = 0;
+    memcpy(&count, image.data(), 4);
+    int pos = 4;
+    LMTrafficLightExtend light;
+    while ((int)out.size() < count && light.buffer2Obj(image.data(), &pos, SIZE) > 0) {
+        std::vector<int> phases;
+        for (const auto& p : light.phases) {
+            phases.push_back(p.first);
+        }
+        out.push_back({+light.id, phases});
+    }
+    EXPECT_EQ(std::count(image.begin() + pos, image.end(), 0), SIZE - pos) << "zeros after the list";
+    return out;
+}
+
+std::vector<std::string> rsiTexts(const std::vector<LMRSIExtend>& records)
+{
+    std::vector<std::string> out;
+    for (const LMRSIExtend& r : records) {
+        out.push_back(std::string(r.sourceID) + "/" + std::to_string(+r.infoID) + ":" + r.text);
+    }
+    return out;
+}
+
+}  // namespace
+
+TEST(LMTLListMng, ReceivedLightsReplaceStoredOnesAndGoBehindTheOthers)
+{
+    LMTLListMng mng(true);
+    LightMap first = {{3, lightWith(3, 1)}, {1, lightWith(1, 1)}, {2, lightWith(2, 1)}};
+    ASSERT_EQ(mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &first), 1);
+    LightMap again = {{2, lightWith(2, 7)}, {0, lightWith(0, 1)}};
+    ASSERT_EQ(mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &again), 1);
+    using Row = std::pair<int64_t, std::vector<int>>;
+    EXPECT_EQ(lightsInSegment(mng), (std::vector<Row>{{1, {1}}, {3, {1}}, {0, {1}}, {2, {7}}}))
+        << "kept lights by key, then the received ones by key; light 2's old phase is gone";
+    // The next insert sorts the stored lights again.
+    LightMap none;
+    ASSERT_EQ(mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &none), 1);
+    EXPECT_EQ(lightsInSegment(mng), (std::vector<Row>{{0, {1}}, {1, {1}}, {2, {7}}, {3, {1}}}));
+    ASSERT_EQ(mng.update(), 1);
+    EXPECT_EQ(mng.lights.size(), 4u);
+    EXPECT_LT(mng.lights.at(2).getPreciseTimeDiff(), 5.0) << "stamped on insert";
+}
+
+TEST(LMSignalLists, AgeingKeepsWhatIsTenSecondsOldAndDropsOlder)
+{
+    LMTLListMng lights(true);
+    lights.lights = {{1, lightWith(1, 1, 9.9)}, {2, lightWith(2, 1, 10.1)}, {3, lightWith(3, 1, 0.0)}};
+    ASSERT_EQ(lights.commit(), 1);
+    ASSERT_EQ(lights.operateSHMNotSafe(LMTLListMng::refreshList, nullptr), 1);
+    using Row = std::pair<int64_t, std::vector<int>>;
+    EXPECT_EQ(lightsInSegment(lights), (std::vector<Row>{{1, {1}}, {3, {1}}}));
+
+    LMRSIListMng rsi(true);
+    rsi.records = {rsiOf("a", 1, "old", 10.1), rsiOf("a", 2, "z", 9.9), rsiOf("b", 1, "y", 0.0),
+                   rsiOf("c", 1, "older", 60.0), rsiOf("a", 0, "x", 0.0)};
+    ASSERT_EQ(rsi.commit(), 1);
+    ASSERT_EQ(rsi.operateSHMNotSafe(LMRSIListMng::refreshList, nullptr), 1);
+    ASSERT_EQ(rsi.update(), 1);
+    EXPECT_EQ(rsiTexts(rsi.records), (std::vector<std::string>{"a/2:z", "b/1:y", "a/0:x"})) << "order kept";
+}
+
+TEST(LMRSIListMng, RecordsMatchBySourceAndInfoIdAndKeepTheirPlace)
+{
+    LMRSIListMng mng(true);
+    mng.records = {rsiOf("east", 1, "one", 5.0), rsiOf("east", 2, "two", 5.0), rsiOf("east", 1, "dup", 5.0)};
+    ASSERT_EQ(mng.commit(), 1);
+
+    struct Case {
+        const char* what;
+        std::vector<LMRSIExtend> incoming;  // one record through insertUpdateList, several through Multi
+        bool multi;
+        std::vector<std::string> after;
+    };
+    const std::string fullSource(16, 's');  // no terminator in its field
+    std::vector<Case> cases = {
+        {"same source, same id: updated in place, the later duplicate untouched",
+         {rsiOf("east", 1, "ONE")}, false, {"east/1:ONE", "east/2:two", "east/1:dup"}},
+        {"same source, other id: appended", {rsiOf("east", 3, "three")}, false,
+         {"east/1:ONE", "east/2:two", "east/1:dup", "east/3:three"}},
+        {"other source, same id: appended", {rsiOf("west", 2, "w")}, false,
+         {"east/1:ONE", "east/2:two", "east/1:dup", "east/3:three", "west/2:w"}},
+        {"two equal incoming, one stored match: first updates, second appended",
+         {rsiOf("east", 2, "TWO"), rsiOf("east", 2, "TWO again")}, true,
+         {"east/1:ONE", "east/2:TWO", "east/1:dup", "east/3:three", "west/2:w", "east/2:TWO again"}},
+    };
+    for (Case& c : cases) {
+        int rc = c.multi ? mng.operateSHMNotSafe(LMRSIListMng::insertUpdateListMulti, &c.incoming)
+                         : mng.operateSHMNotSafe(LMRSIListMng::insertUpdateList, &c.incoming[0]);
+        ASSERT_EQ(rc, 1) << c.what;
+        ASSERT_EQ(mng.update(), 1) << c.what;
+        EXPECT_EQ(rsiTexts(mng.records), c.after) << c.what;
+    }
+    EXPECT_EQ(mng.operateSHMNotSafe(LMRSIListMng::insertUpdateList, nullptr), 1) << "a null record only rewrites";
+    ASSERT_EQ(mng.update(), 1);
+    EXPECT_EQ(mng.records.size(), 6u);
+    EXPECT_LT(mng.records[1].getPreciseTimeDiff(), 5.0) << "an updated record is stamped";
+    EXPECT_GT(mng.records[2].getPreciseTimeDiff(), 4.0) << "an untouched duplicate keeps its stamp";
+
+    LMRSIExtend a = rsiOf(fullSource.c_str(), 1, "a");
+    LMRSIExtend b = a;
+    b.text[0] = 'b';
+    EXPECT_TRUE(LMRSIListMng::sameInfo(a, b)) << "a 16-character source compares within its field";
+}
+
+TEST(LMSignalLists, ListsLargerThanTheSegmentAreRefusedUnchanged)
+{
+    LMRSIListMng mng(true);
+    mng.records.assign(3, rsiOf("s", 1, "t"));
+    ASSERT_EQ(mng.commit(), 1);
+    std::vector<LMRSIExtend> huge(1, rsiOf("s", 9, "big"));
+    huge[0].points.resize(SIZE / 34);
+    std::vector<char> before(SIZE), after(SIZE);
+    mng.updateFromSHM(before.data(), SIZE);
+    EXPECT_EQ(mng.operateSHMNotSafe(LMRSIListMng::insertUpdateListMulti, &huge), -1);
+    mng.updateFromSHM(after.data(), SIZE);
+    EXPECT_TRUE(before == after);
+    std::vector<LMRSIExtend> kept = mng.records;
+    mng.records = huge;
+    EXPECT_EQ(mng.commit(), -1);
+
+    // A count beyond what the segment holds reads the zeros after the list
+    // as records until one would run past the segment: -1 there, no read beyond.
+    int32_t forged = INT32_MAX;
+    memcpy(after.data(), &forged, 4);
+    ASSERT_EQ(mng.commit2SHM(after.data(), SIZE), 1);
+    EXPECT_EQ(mng.update(), -1);
+    EXPECT_EQ(rsiTexts({mng.records[0]}), rsiTexts({kept[0]}));
+}
+
+TEST(LMSignalResults, CommitStoresAtMostCapacityAndUpdateBoundsTheCount)
+{
+    LMTLPhaseResMng phases(true);
+    LMRSIResMng rsi(true);
+    for (int given : {0, 3, 20, 40}) {
+        phases.phaseResults.assign(given, LMTLPhaseRes());
+        rsi.rsiResults.assign(given, LMRSIRes());
+        for (int i = 0; i < given; ++i) {
+            phases.phaseResults[i].valueInt = i;
+            rsi.rsiResults[i].valueByte1 = (uint8_t)i;
+        }
+        ASSERT_EQ(phases.commit(), 1);
+        ASSERT_EQ(rsi.commit(), 1);
+        LMTLPhaseListInShm phaseList;
+        LMRSIListInShm rsiList;
+        phases.updateFromSHM(&phaseList, sizeof phaseList);
+        rsi.updateFromSHM(&rsiList, sizeof rsiList);
+        int phaseStored = std::min(given, 16);
+        int rsiStored = std::min(given, 32);
+        EXPECT_EQ(copyOf(phaseList.count), phaseStored) << given;
+        EXPECT_EQ(copyOf(rsiList.count), rsiStored) << given;
+        ASSERT_EQ(phases.update(), 1);
+        ASSERT_EQ(rsi.update(), 1);
+        ASSERT_EQ((int)phases.phaseResults.size(), phaseStored);
+        ASSERT_EQ((int)rsi.rsiResults.size(), rsiStored);
+        for (int i = 0; i < rsiStored; ++i) {
+            EXPECT_EQ(rsi.rsiResults[i].valueByte1, i);
+            if (i < phaseStored) {
+                EXPECT_EQ(copyOf(phases.phaseResults[i].valueInt), i);
+            }
+        }
+        if (given == 0) {
+            EXPECT_EQ(bytesOf(&phaseList.items[15], 30), freshImage<LMTLPhaseRes>());
+        }
+    }
+    // A writer that died halfway may leave any count: read as 0 to capacity.
+    for (int32_t count : {-5, 17, 1000000}) {
+        LMTLPhaseListInShm phaseList;
+        phaseList.count = count;
+        LMRSIListInShm rsiList;
+        rsiList.count = count;
+        ASSERT_EQ(phases.commit2SHM(&phaseList, sizeof phaseList), 1);
+        ASSERT_EQ(rsi.commit2SHM(&rsiList, sizeof rsiList), 1);
+        ASSERT_EQ(phases.update(), 1);
+        ASSERT_EQ(rsi.update(), 1);
+        EXPECT_EQ((int)phases.phaseResults.size(), count < 0 ? 0 : 16) << count;
+        EXPECT_EQ((int)rsi.rsiResults.size(), count < 0 ? 0 : std::min(count, 32)) << count;
+    }
+}
+
+// A receiving process inserts into lists owned by this one; the owner reads
+// what it inserted, then the child reads the owner's results.
+TEST(LMSignalLists, ReceiverAndReaderInOtherProcessesSeeTheSameLists)
+{
+    LMTLListMng lights(true);
+    LMRSIListMng rsi(true);
+    LMTLPhaseResMng phaseRes(true);
+    LMRSIResMng rsiRes(true);
+    pid_t child = forkChild([] {
+        LMTLListMng l(false);
+        LMRSIListMng r(false);
+        LightMap in = {{1001, lightWith(1001, 2)}};
+        std::vector<LMRSIExtend> records = {rsiOf("rsu", 1, "works"), rsiOf("rsu", 2, "school")};
+        return l.operateSHMNotSafe(LMTLListMng::insertUpdateList, &in) == 1
+                && r.operateSHMNotSafe(LMRSIListMng::insertUpdateListMulti, &records) == 1
+            ? 0
+            : 1;
+    });
+    ASSERT_EQ(waitChild(child), 0);
+    ASSERT_EQ(lights.update(), 1);
+    ASSERT_EQ(rsi.update(), 1);
+    ASSERT_EQ(lights.lights.count(1001), 1u);
+    EXPECT_EQ(lights.lights.at(1001).phases.count(2), 1u);
+    EXPECT_EQ(rsiTexts(rsi.records), (std::vector<std::string>{"rsu/1:works", "rsu/2:school"}));
+
+    phaseRes.phaseResults.assign(2, LMTLPhaseRes());
+    phaseRes.phaseResults[1].valueInt = 245;
+    rsiRes.rsiResults.assign(1, LMRSIRes());
+    strcpy(rsiRes.rsiResults[0].text, "works");
+    ASSERT_EQ(phaseRes.commit(), 1);
+    ASSERT_EQ(rsiRes.commit(), 1);
+    child = forkChild([] {
+        LMTLPhaseResMng p(false);
+        LMRSIResMng r(false);
+        bool ok = p.update() == 1 && r.update() == 1 && p.phaseResults.size() == 2
+            && p.phaseResults[1].valueInt == 245 && r.rsiResults.size() == 1
+            && strcmp(r.rsiResults[0].text, "works") == 0;
+        return ok ? 0 : 1;
+    });
+    EXPECT_EQ(waitChild(child), 0);
+}

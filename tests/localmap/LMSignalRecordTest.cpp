@@ -1,0 +1,172 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "LMMessageWriter.h"
+#include "LocalMapTestUtil.h"
+#include "SampleSignal.h"
+#include "localmap/LMRSIExtend.h"
+#include "localmap/LMTrafficLightExtend.h"
+#include "support/ByteImage.h"
+
+namespace {
+
+LMPhaseStateBase stateOf(uint8_t light, float start, float end)
+{
+    LMPhaseStateBase s;
+    s.light = light;
+    s.startTime = start;
+    s.likelyEndTime = end;
+    s.timeConfidence = 9;
+    return s;
+}
+
+// Three phases of two states each.
+LMTrafficLightExtend threePhaseLight(int64_t id)
+{
+    LMTrafficLightExtend light;
+    light.id = id;
+    light.status[0] = 0x12;
+    light.status[1] = 0x34;
+    light.timeStamp = -2;
+    light.timeConfidence = 7;
+    light.latestRefreshTime = 1700000000.5;
+    for (uint8_t p = 1; p <= 3; ++p) {
+        LMPhaseExtend& phase = light.phases[p];
+        phase.phaseID = p;
+        phase.phaseAttr = (uint8_t)(0x80 | p);
+        phase.phaseStates[3] = stateOf(3, -1.0f, 10.0f * p);
+        phase.phaseStates[6] = stateOf(6, 10.0f * p, 10.0f * p + 5.5f);
+    }
+    return light;
+}
+
+template <typename T>
+T decodeOne(const std::vector<char>& bytes, int expectUsed)
+{
+    T rec;
+    int pos = 0;
+    short len = (short)(((uint8_t)bytes[0] << 8) | (uint8_t)bytes[1]);
+    EXPECT_EQ(rec.DeSerialize(bytes.data(), &pos, len), expectUsed);
+    EXPECT_EQ(pos, expectUsed);
+    return rec;
+}
+
+}  // namespace
+
+TEST(LMSignalRecords, FreshRecordsHoldTheirDefaults)
+{
+    // light 0, six times -1.0 (bf 80 00 00 little-endian: 00 00 80 bf), codes 0.
+    EXPECT_EQ(freshImage<LMPhaseStateBase>(),
+              bytesOf(hexBytes("00 00 00 80 bf 00 00 80 bf 00 00 80 bf 00 00 80 bf 00 00 00 80 bf 00 00 80 bf").data(),
+                      26));
+    EXPECT_EQ(freshImage<LMPhaseBase>(), Bytes(2, 0));
+    EXPECT_EQ(freshImage<LMTrafficLightBase>(), Bytes(21, 0));
+    Bytes rsi(319, 0);
+    rsi[8] = 'N';
+    rsi[9] = 'E';
+    EXPECT_EQ(freshImage<LMRSIBase>(), rsi);
+}
+
+TEST(LMSignalRecords, LightDecodesFromGoldenBytesAndKeepsItsStamp)
+{
+    // Light 0x0102030405060708, status 12 34, stamp -2, confidence 7; one
+    // phase 5 (attr 0x81) with two states of light 3 (the second wins).
+    std::vector<char> bytes = hexBytes(
+        "00 00  00 0d 01 02 03 04 05 06 07 08 12 34 ff fe 07  00 00 00 01"
+        "  00 00  00 02 05 81  00 00 00 02"
+        "  00 1a 03 3f 80 00 00 40 00 00 00 40 40 00 00 40 80 00 00 09 bf 80 00 00 41 20 00 00"
+        "  00 1a 03 3f 80 00 00 40 00 00 00 40 40 00 00 41 00 00 00 0a bf 80 00 00 41 20 00 00");
+    LMTrafficLightExtend light;
+    light.latestRefreshTime = 42.0;
+    int pos = 0;
+    ASSERT_EQ(light.DeSerialize(bytes.data(), &pos, 0), (int)bytes.size());
+    EXPECT_EQ(copyOf(light.id), 0x0102030405060708LL);
+    EXPECT_EQ(copyOf(light.timeStamp), -2);
+    EXPECT_EQ(copyOf(light.latestRefreshTime), 42.0);
+    ASSERT_EQ(light.phases.size(), 1u);
+    const LMPhaseExtend& phase = light.phases.at(5);
+    EXPECT_EQ(phase.phaseAttr, 0x81);
+    ASSERT_EQ(phase.phaseStates.size(), 1u);
+    const LMPhaseStateBase& s = phase.phaseStates.at(3);
+    EXPECT_EQ(copyOf(s.likelyEndTime), 8.0f);
+    EXPECT_EQ(s.timeConfidence, 10);
+    EXPECT_EQ(copyOf(s.nextStartTime), -1.0f);
+    EXPECT_EQ(copyOf(s.nextDuration), 10.0f);
+
+    // A negative length is refused whatever the fields hold.
+    pos = 0;
+    EXPECT_EQ(light.DeSerialize(bytes.data(), &pos, -1), -1);
+    EXPECT_EQ(pos, 0);
+}
+
+TEST(LMSignalRecords, LightRoundTripsThroughMessageAndImage)
+{
+    LMTrafficLightExtend light = threePhaseLight(77);
+    std::vector<char> image = flatOf(light);
+    ASSERT_EQ(image.size(), 199u);  // 21 + 4 + 3 * (2 + 4 + 2 * 26)
+    LMTrafficLightExtend back;
+    back.phases[9].phaseID = 9;  // replaced, not merged
+    int pos = 0;
+    ASSERT_EQ(back.buffer2Obj(image.data(), &pos), 199);
+    EXPECT_EQ(pos, 199);
+    EXPECT_EQ(flatOf(back), image);
+    pos = 0;
+    EXPECT_EQ(back.buffer2Obj(image.data(), &pos, 198), -1) << "an image cut short is refused";
+    EXPECT_EQ(pos, 0);
+
+    std::vector<char> message;
+    ASSERT_GT(LMMessageWriter::writeTrafficLight(light, &message), 0);
+    LMTrafficLightExtend decoded = decodeOne<LMTrafficLightExtend>(message, (int)message.size());
+    decoded.latestRefreshTime = light.latestRefreshTime;  // never in a message
+    EXPECT_EQ(flatOf(decoded), image);
+
+    LMTrafficLightExtend empty;
+    EXPECT_EQ(flatOf(empty).size(), 25u);
+}
+
+TEST(LMSignalRecords, RsiTextAndPointsRoundTripAndOldTextTailStays)
+{
+    LMRSIExtend rsi = SampleSignal::rsiRecords()[0];
+    std::vector<char> message;
+    ASSERT_GT(LMMessageWriter::writeRSI(rsi, &message), 0);
+    int textLen = (int)strlen(rsi.text);
+    ASSERT_EQ((int)message.size(), 2 + 42 + textLen + 4 + 3 * 28);
+
+    LMRSIExtend decoded = decodeOne<LMRSIExtend>(message, (int)message.size());
+    LMRSIExtend over;
+    memset(over.text, 'x', sizeof over.text);
+    memcpy(over.sourceID, "kept", 5);
+    int pos = 0;
+    ASSERT_EQ(over.DeSerialize(message.data(), &pos, 0), (int)message.size());
+    EXPECT_EQ(memcmp(over.text, rsi.text, textLen), 0);
+    EXPECT_EQ(over.text[textLen], 'x') << "the tail of an older, longer text stays";
+    EXPECT_STREQ(over.sourceID, "kept");
+    EXPECT_EQ(copyOf(decoded.infoID), copyOf(rsi.infoID));
+    EXPECT_EQ(flatOf(decoded), flatOf(rsi));
+    EXPECT_EQ(flatOf(rsi).size(), 323u + 3 * 34);
+
+    // A 255-byte text fills bytes 58..312 and leaves 313 as it was.
+    LMRSIExtend longText;
+    memset(longText.text, 't', 255);
+    message.clear();
+    ASSERT_GT(LMMessageWriter::writeRSI(longText, &message), 0);
+    LMRSIExtend fresh = decodeOne<LMRSIExtend>(message, (int)message.size());
+    std::vector<char> image = imageOf<LMRSIBase>(fresh);
+    EXPECT_EQ(std::string(image.begin() + 58, image.begin() + 313), std::string(255, 't'));
+    EXPECT_EQ(image[313], 0);
+
+    LMRSIExtend copy;
+    ASSERT_EQ(copy.copyObj(rsi), 1);
+    EXPECT_EQ(flatOf(copy), flatOf(rsi));
+}
+
+TEST(LMSignalRecords, PhaseStateImageHasItsFieldsAtTheirOffsets)
+{
+    LMPhaseStateBase s = stateOf(6, 1.0f, 2.0f);
+    s.minEndTime = 3.0f;
+    s.maxEndTime = 4.0f;
+    s.nextStartTime = 5.0f;
+    s.nextDuration = 6.0f;
+    EXPECT_EQ(imageOf(s), hexBytes("06 00 00 80 3f 00 00 40 40 00 00 80 40 00 00 00 40 09 00 00 a0 40 00 00 c0 40"));
+}
