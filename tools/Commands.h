@@ -19,5 +19,11 @@ int cmdVehicle(const ToolArgs& args);
 int cmdShowMap(const std::string& what, const ToolArgs& args);
 int cmdMap(const ToolArgs& args);
 int cmdLocate(const ToolArgs& args);
+// CmdPtc.cpp: show ptc | obu | rsu | targets [--key KEY] | collisions;
+// ptc push | age; obu push; rsu push; targets build; id next
+int cmdShowPtc(const std::string& what, const ToolArgs& args);
+int cmdParticipant(const std::string& list, const ToolArgs& args);
+int cmdTargets(const ToolArgs& args);
+int cmdId(const ToolArgs& args);
 
 #endif

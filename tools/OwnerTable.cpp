@@ -3,6 +3,12 @@
 #include <map>
 #include <string>
 
+#include "ptc/DevPTCGivenIDMng.h"
+#include "ptc/PTCListMng.h"
+#include "ptc/PtcOBUListMng.h"
+#include "ptc/PtcRSUListMng.h"
+#include "ptc/TargetMng.h"
+#include "ptc/TgtCollisionMng.h"
 #include "shm/DevConfigMng.h"
 #include "space/DevGNSSMng.h"
 #include "space/VehTraceMng.h"
@@ -24,6 +30,12 @@ std::unique_ptr<IF_SHM> own()
     return std::unique_ptr<IF_SHM>(new Mng(true));
 }
 
+// The tool's target list lives under the key the segment map gives it.
+std::unique_ptr<IF_SHM> ownTargets()
+{
+    return std::unique_ptr<IF_SHM>(new TargetMng(77502, true));
+}
+
 using OwnerFactory = std::unique_ptr<IF_SHM> (*)();
 
 // The real manager of each list, by the tool's list name. Lists missing here
@@ -35,6 +47,12 @@ const std::map<std::string, OwnerFactory>& ownerFactories()
         {"gnss", own<DevGNSSMng>},
         {"trace", own<VehTraceMng>},
         {"vehicle", own<VehStatusMng>},
+        {"givenid", own<DevPTCGivenIDMng>},
+        {"obu", own<PtcOBUListMng>},
+        {"rsu", own<PtcRSUListMng>},
+        {"ptc", own<PTCListMng>},
+        {"collisions", own<TgtCollisionMng>},
+        {"targets", ownTargets},
     };
     return table;
 }

@@ -39,9 +39,15 @@ const std::vector<ListInfo>& knownLists()
     static const std::vector<ListInfo> lists = {
         {"config", "DevConfigMng", 77102, 6660},
         {"gnss", "DevGNSSMng", 77103, 105},
+        {"givenid", "DevPTCGivenIDMng", 77105, 2},
+        {"obu", "PtcOBUListMng", 77201, 63492},
+        {"rsu", "PtcRSUListMng", 77202, 18308},
+        {"ptc", "PTCListMng", 77203, 58884},
         {"vehicle", "VehStatusMng", 77301, 56},
         {"trace", "VehTraceMng", 77302, 52508},
         {"map", "LMNodeListMng", 77401, 1048576},
+        {"collisions", "TgtCollisionMng", 77501, 51460},
+        {"targets", "TargetMng", 77502, 12356},  // the tool's target list; other keys with --key
         {"location", "LMMapResMng", 77511, 41},
     };
     return lists;

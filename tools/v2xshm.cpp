@@ -17,7 +17,12 @@ const char* USAGE =
     "  gnss push --lon X --lat Y --speed V --heading H [...]\n"
     "  vehicle disabled on|off\n"
     "  map load FILE | map age\n"
-    "  locate LON LAT HEADING_DEG\n";
+    "  locate LON LAT HEADING_DEG\n"
+    "  show ptc | obu | rsu | targets [--key KEY] | collisions\n"
+    "  ptc push --ptc-id N --source N --source-id TEXT --lon X --lat Y [...] | ptc age\n"
+    "  obu push | rsu push --id TEXT --lon X --lat Y [--speed V] [--heading H]\n"
+    "  targets build [--key KEY]        targets from the own fix and the participant lists\n"
+    "  id next                          draw a device-wide participant identifier\n";
 
 }  // namespace
 
@@ -45,14 +50,20 @@ int main(int argc, char** argv)
     if (command == "vehicle") return cmdVehicle(args);
     if (command == "map") return cmdMap(args);
     if (command == "locate") return cmdLocate(args);
+    if (command == "ptc" || command == "obu" || command == "rsu") return cmdParticipant(command, args);
+    if (command == "targets") return cmdTargets(args);
+    if (command == "id") return cmdId(args);
     if (command == "show") {
         if (args.words.empty()) {
-            return usageError("show what? gnss, trace, vehicle, map or location");
+            return usageError("show what? gnss, trace, vehicle, map, location, ptc, obu, rsu, targets or collisions");
         }
         std::string what = args.words[0];
         args.words.erase(args.words.begin());
         if (what == "gnss" || what == "trace" || what == "vehicle") return cmdShowSpace(what, args);
         if (what == "map" || what == "location") return cmdShowMap(what, args);
+        if (what == "ptc" || what == "obu" || what == "rsu" || what == "targets" || what == "collisions") {
+            return cmdShowPtc(what, args);
+        }
         return usageError("unknown list to show: " + what);
     }
     std::cerr << USAGE;
