@@ -1,7 +1,13 @@
 #ifndef V2XSHM_TOOLS_COMMANDS_H
 #define V2XSHM_TOOLS_COMMANDS_H
 
+#include <cstdint>
+#include <map>
+#include <string>
+
 #include "ToolCommon.h"
+#include "localmap/LMMapRes.h"
+#include "localmap/LMNodeExtend.h"
 
 // One function per command word; each returns the process's exit code.
 
@@ -19,11 +25,26 @@ int cmdVehicle(const ToolArgs& args);
 int cmdShowMap(const std::string& what, const ToolArgs& args);
 int cmdMap(const ToolArgs& args);
 int cmdLocate(const ToolArgs& args);
+
+// CmdFrame.cpp: frame decode | build; show comm | ui; comm log
+int cmdFrame(const ToolArgs& args);
+int cmdComm(const ToolArgs& args);
+int cmdShowFrameLists(const std::string& what, const ToolArgs& args);
 // CmdPtc.cpp: show ptc | obu | rsu | targets [--key KEY] | collisions;
 // ptc push | age; obu push; rsu push; targets build; id next
 int cmdShowPtc(const std::string& what, const ToolArgs& args);
 int cmdParticipant(const std::string& list, const ToolArgs& args);
 int cmdTargets(const ToolArgs& args);
 int cmdId(const ToolArgs& args);
+
+// CmdSignal.cpp: signal load | age; rsi load | age; show signals | rsi |
+// phases | rsi-results; the signal state and RSI of a located approach
+int cmdSignal(const ToolArgs& args);
+int cmdRsi(const ToolArgs& args);
+int cmdShowSignal(const std::string& what, const ToolArgs& args);
+// Evaluates and publishes the lights and the road-side information for the
+// located link (when their lists have owners); text lines, or JSON members.
+std::string approachReport(const LMMapRes& res, const std::map<int64_t, LMNodeExtend>& nodes,
+                           const GeoCoordinates& vehicle, bool json);
 
 #endif

@@ -9,9 +9,16 @@
 #include "ptc/PtcRSUListMng.h"
 #include "ptc/TargetMng.h"
 #include "ptc/TgtCollisionMng.h"
+#include "localmap/LMRSIListMng.h"
+#include "localmap/LMRSIResMng.h"
+#include "localmap/LMTLListMng.h"
+#include "localmap/LMTLPhaseResMng.h"
 #include "shm/DevConfigMng.h"
 #include "space/DevGNSSMng.h"
 #include "space/VehTraceMng.h"
+#include "status/CommRecordMng.h"
+#include "status/CommSumMng.h"
+#include "status/DevUIClientMng.h"
 #include "status/VehStatusMng.h"
 
 namespace {
@@ -28,6 +35,13 @@ template <typename Mng>
 std::unique_ptr<IF_SHM> own()
 {
     return std::unique_ptr<IF_SHM>(new Mng(true));
+}
+
+// The same for a manager whose key its users choose.
+template <typename Mng, int KEY>
+std::unique_ptr<IF_SHM> ownKeyed()
+{
+    return std::unique_ptr<IF_SHM>(new Mng(KEY, true));
 }
 
 // The tool's target list lives under the key the segment map gives it.
@@ -47,12 +61,19 @@ const std::map<std::string, OwnerFactory>& ownerFactories()
         {"gnss", own<DevGNSSMng>},
         {"trace", own<VehTraceMng>},
         {"vehicle", own<VehStatusMng>},
+        {"lights", own<LMTLListMng>},
+        {"rsi", own<LMRSIListMng>},
+        {"rsiresult", own<LMRSIResMng>},
+        {"phaseresult", own<LMTLPhaseResMng>},
         {"givenid", own<DevPTCGivenIDMng>},
         {"obu", own<PtcOBUListMng>},
         {"rsu", own<PtcRSUListMng>},
         {"ptc", own<PTCListMng>},
         {"collisions", own<TgtCollisionMng>},
         {"targets", ownTargets},
+        {"ui", own<DevUIClientMng>},
+        {"comm", ownKeyed<CommRecordMng, 77601>},
+        {"commsum", ownKeyed<CommSumMng, 77602>},
     };
     return table;
 }

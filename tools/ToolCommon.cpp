@@ -39,6 +39,7 @@ const std::vector<ListInfo>& knownLists()
     static const std::vector<ListInfo> lists = {
         {"config", "DevConfigMng", 77102, 6660},
         {"gnss", "DevGNSSMng", 77103, 105},
+        {"ui", "DevUIClientMng", 77104, 3076},
         {"givenid", "DevPTCGivenIDMng", 77105, 2},
         {"obu", "PtcOBUListMng", 77201, 63492},
         {"rsu", "PtcRSUListMng", 77202, 18308},
@@ -46,9 +47,17 @@ const std::vector<ListInfo>& knownLists()
         {"vehicle", "VehStatusMng", 77301, 56},
         {"trace", "VehTraceMng", 77302, 52508},
         {"map", "LMNodeListMng", 77401, 1048576},
+        {"lights", "LMTLListMng", 77402, 1048576},
+        {"rsi", "LMRSIListMng", 77403, 1048576},
         {"collisions", "TgtCollisionMng", 77501, 51460},
         {"targets", "TargetMng", 77502, 12356},  // the tool's target list; other keys with --key
         {"location", "LMMapResMng", 77511, 41},
+        {"rsiresult", "LMRSIResMng", 77512, 8516},
+        {"phaseresult", "LMTLPhaseResMng", 77513, 484},
+        // The message ring and its totals take their keys from the logging
+        // process; these are the tool's defaults.
+        {"comm", "CommRecordMng", 77601, 19008},
+        {"commsum", "CommSumMng", 77602, 1820},
     };
     return lists;
 }

@@ -18,6 +18,9 @@ const char* USAGE =
     "  vehicle disabled on|off\n"
     "  map load FILE | map age\n"
     "  locate LON LAT HEADING_DEG\n"
+    "  frame decode HEX|- | frame build --type T --subtype S [DATA_HEX]\n"
+    "  show comm [--key KEY] [-n N] | show ui\n"
+    "  comm log --type 1|2 --peer ID --length N [--key KEY] [--detail TEXT]\n"
     "  show ptc | obu | rsu | targets [--key KEY] | collisions\n"
     "  ptc push --ptc-id N --source N --source-id TEXT --lon X --lat Y [...] | ptc age\n"
     "  obu push | rsu push --id TEXT --lon X --lat Y [--speed V] [--heading H]\n"
@@ -53,9 +56,11 @@ int main(int argc, char** argv)
     if (command == "ptc" || command == "obu" || command == "rsu") return cmdParticipant(command, args);
     if (command == "targets") return cmdTargets(args);
     if (command == "id") return cmdId(args);
+    if (command == "frame") return cmdFrame(args);
+    if (command == "comm") return cmdComm(args);
     if (command == "show") {
         if (args.words.empty()) {
-            return usageError("show what? gnss, trace, vehicle, map, location, ptc, obu, rsu, targets or collisions");
+            return usageError("show what? gnss, trace, vehicle, map, location, comm, ui, ptc, obu, rsu, targets or collisions");
         }
         std::string what = args.words[0];
         args.words.erase(args.words.begin());
@@ -64,6 +69,7 @@ int main(int argc, char** argv)
         if (what == "ptc" || what == "obu" || what == "rsu" || what == "targets" || what == "collisions") {
             return cmdShowPtc(what, args);
         }
+        if (what == "comm" || what == "ui") return cmdShowFrameLists(what, args);
         return usageError("unknown list to show: " + what);
     }
     std::cerr << USAGE;

@@ -1,0 +1,60 @@
+#!/bin/bash
+# The tool's frame, message-traffic and UI client commands, from separate
+# processes around one owner; bad input refused with one line, nothing left.
+# Usage: ToolFrameTest.sh TOOL [EMULATOR...]  (in a private IPC namespace)
+source "$(dirname "$0")/ToolTestLib.sh" "$@"
+
+# --- Frames need no list.
+expect_out "build the example frame" "fafb01020002102031" frame build --type 1 --subtype 2 1020
+expect_out "build an empty frame" '{"frame":"fafb0000000000","bytes":7}' --json frame build --subtype 0 --type 0
+v2x frame build --type 9 --subtype 8 "$(printf 'ab%.0s' $(seq 2048))" >"$WORK/big"
+expect_grep "the largest frame decodes" '^1 frame in 2055 bytes$' frame decode - <"$WORK/big"
+expect_out "frames back to back" \
+    '{"bytes":16,"frames":2,"clean":true,"found":[{"kind":"frame","offset":0,"bytes":9,"type":1,"subType":2,"dataLen":2,"data":"1020","checkOk":true},{"kind":"frame","offset":9,"bytes":7,"type":0,"subType":0,"dataLen":0,"data":"","checkOk":true}]}' \
+    --json frame decode "fafb0102000210 2031 fafb0000000000"
+run frame decode 00fafb01020002102031
+[ "$RC" -eq 1 ] && [ "$(head -2 "$WORK/out")" = "skipped 1 byte at 0
+frame at 1: type 1, sub-type 2, 2 data bytes [1020], check byte ok" ] && pass "a stray byte is skipped" ||
+    fail "a stray byte is skipped" "exit $RC" "$(cat "$WORK/out")"
+run frame decode fafb01020002102030
+[ "$RC" -eq 1 ] && grep -q "check byte 30 wrong (expected 31)" "$WORK/out" && pass "a wrong check byte is named" ||
+    fail "a wrong check byte is named" "exit $RC" "$(cat "$WORK/out")"
+run frame decode fafb010200051020
+[ "$RC" -eq 1 ] && grep -q "^incomplete frame at 0: .*, 8 of 12 bytes" "$WORK/out" && pass "a cut frame is named" ||
+    fail "a cut frame is named" "exit $RC" "$(cat "$WORK/out")"
+for bad in "frame decode fafb0" "frame decode xyz" "frame decode" "frame build --type 1 --subtype 256" \
+    "frame build --type 1" "frame build --type 1 --subtype 2 $(printf '00%.0s' $(seq 2049))"; do
+    # shellcheck disable=SC2086
+    expect_error "refused: ${bad:0:40}" 2 '^v2xshm: ' $bad
+done
+
+# --- No owner: nothing is created.
+expect_error "show comm without owner" 1 'list comm \(key 77601\) has no owner' show comm
+expect_error "log without owner" 1 'has no owner' comm log --type 1 --peer 1 --length 1
+expect_error "show ui without owner" 1 'list ui .* has no owner' show ui
+expect_no_ipc "reading without owner creates nothing"
+
+start_owner ui comm commsum || { finish; exit 1; }
+expect_out "no clients" '{"count":0,"clients":[]}' --json show ui
+for i in 1 2 3; do
+    expect_grep "log $i" "^logged a type [12] message .*: slot $i, $i in the ring" \
+        comm log --type $((i / 3 + 1)) --peer $((40 + i % 2)) --length 4294967295 --detail "m$i"
+done
+expect_out "log as json" '{"slot":4,"count":4,"peerRow":true}' --json comm log --type 1 --peer 7 --length 5
+run --json show comm -n 2
+tr , '\n' <"$WORK/out" >"$WORK/fields"
+grep -o '"slot":[0-9]*' "$WORK/fields" | tr '\n' ' ' | grep -qx '"slot":4 "slot":3 ' &&
+    grep -qx '"type1Bytes":8589934595' "$WORK/fields" &&
+    grep -q '"peers":\[{"peer":41' "$WORK/fields" && pass "newest first, 64-bit totals, peers in order" ||
+    fail "newest first, 64-bit totals, peers in order" "$(cat "$WORK/out")"
+expect_grep "peer totals as text" '^  peer 41: type 1: 1 messages, 4294967295 B; type 2: 1 messages, 4294967295 B$' show comm
+for bad in "--type 0 --peer 1 --length 1" "--type 1 --peer 1 --length -1" "--type 1 --peer 1" \
+    "--type 1 --peer x --length 1" "--type 1 --peer 1 --length 1 --detail 12345678901234567"; do
+    # shellcheck disable=SC2086
+    expect_error "refused: comm log $bad" 2 '^v2xshm: ' comm log $bad
+done
+expect_grep "refusals wrote nothing" '"count":4,' --json show comm
+expect_error "another key has no owner" 1 'list comm \(key 5\) has no owner' show comm --key 5
+stop_owner
+expect_no_ipc "the owner removed its lists"
+finish
