@@ -576,9 +576,10 @@ int locate(const ToolArgs& args)
     if (args.json) {
         std::cout << "{\"result\":" << found << ",\"lon\":" << number(position.longitude) << ",\"lat\":"
                   << number(position.latitude) << ",\"heading\":" << number(compass)
-                  << ",\"location\":" << (found == 1 ? resultJson(res) : "null") << "}" << std::endl;
+                  << ",\"location\":" << (found == 1 ? resultJson(res) : "null")
+                  << (found == 1 ? "," + approachReport(res, mng.nodes, position, true) : "") << "}" << std::endl;
     } else if (found == 1) {
-        std::cout << resultText(res) << std::endl;
+        std::cout << resultText(res) << approachReport(res, mng.nodes, position, false) << std::endl;
     } else {
         std::cout << "no link within reach (" << found << "); the published location is left as it was"
                   << std::endl;

@@ -18,6 +18,8 @@ const char* USAGE =
     "  vehicle disabled on|off\n"
     "  map load FILE | map age\n"
     "  locate LON LAT HEADING_DEG\n"
+    "  signal load FILE | signal age | rsi load FILE [--source TEXT] | rsi age\n"
+    "  show signals [--node ID] | rsi | phases | rsi-results\n"
     "  frame decode HEX|- | frame build --type T --subtype S [DATA_HEX]\n"
     "  show comm [--key KEY] [-n N] | show ui\n"
     "  comm log --type 1|2 --peer ID --length N [--key KEY] [--detail TEXT]\n"
@@ -53,6 +55,8 @@ int main(int argc, char** argv)
     if (command == "vehicle") return cmdVehicle(args);
     if (command == "map") return cmdMap(args);
     if (command == "locate") return cmdLocate(args);
+    if (command == "signal") return cmdSignal(args);
+    if (command == "rsi") return cmdRsi(args);
     if (command == "ptc" || command == "obu" || command == "rsu") return cmdParticipant(command, args);
     if (command == "targets") return cmdTargets(args);
     if (command == "id") return cmdId(args);
@@ -66,6 +70,9 @@ int main(int argc, char** argv)
         args.words.erase(args.words.begin());
         if (what == "gnss" || what == "trace" || what == "vehicle") return cmdShowSpace(what, args);
         if (what == "map" || what == "location") return cmdShowMap(what, args);
+        if (what == "signals" || what == "rsi" || what == "phases" || what == "rsi-results") {
+            return cmdShowSignal(what, args);
+        }
         if (what == "ptc" || what == "obu" || what == "rsu" || what == "targets" || what == "collisions") {
             return cmdShowPtc(what, args);
         }
