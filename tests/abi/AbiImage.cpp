@@ -25,6 +25,9 @@
 #include "shm/IFSHM.h"
 #include "shm/TimeBase.h"
 #include "space/IFPosition.h"
+#include "status/CommRecordMng.h"
+#include "status/CommSumMng.h"
+#include "status/DevUIClientMng.h"
 
 namespace {
 
@@ -188,6 +191,85 @@ std::vector<uint8_t> expectedRecordsImage()
     return img.le(59, 2).le((uint16_t)-999, 2).bytes;
 }
 
+// ---- the UI client list and a message ring with its totals ------------------
+constexpr int COMM_RECORD_KEY = 77991;  // spare keys: the managers take theirs from the caller
+constexpr int COMM_SUM_KEY = 77992;
+const char FIRST_20[] = "abcdefghijklmnopqrst";  // fills its field, no terminator
+const char SECOND_16[] = "0123456789ABCDEF";
+const char DETAIL_16[] = "abi detail 16chr";
+
+// Fills the lists through the managers' own callbacks, as processes do.
+bool fillStatusLists(DevUIClientMng* ui, CommRecordMng* records, CommSumMng* sums)
+{
+    UIClient clients[] = {UIClient("tablet", "driver", UIClient::UI_CLIENT_DEFAULT),
+                          UIClient(FIRST_20, SECOND_16, (UIClient::UIClientType)3)};
+    CommInfo infos[2];
+    infos[0].commType = 1, infos[0].peerId = -7, infos[0].length = 0xFFFFFFFFu;
+    infos[0].reserved[0] = 0xA1, infos[0].reserved[1] = 0xA2;
+    memcpy(infos[0].detail, DETAIL_16, 16);
+    infos[1].commType = 2, infos[1].peerId = 9, infos[1].length = 5, infos[1].detail[0] = 'x';
+    bool ok = true;
+    for (int i = 0; i < 2; ++i) {
+        clients[i].latestRefreshTime = infos[i].latestRefreshTime = doubleOf(STAMP);
+        ok = ui->operateSHMNotSafe(DevUIClientMng::insert1Client, &clients[i]) == 2 &&
+             records->operateSHMNotSafe(CommRecordMng::insertOneInfo2Record, &infos[i]) == 1 &&
+             sums->operateSHMNotSafe(CommSumMng::addOneCommRecord, &infos[i]) == 1 && ok;
+    }
+    return ok;
+}
+
+// count, then per client: stamp, firstId[20], secondId[16], clientType.
+std::vector<uint8_t> expectedUIImage()
+{
+    Image img;
+    img.le(2, 4).le(STAMP, 8).raw("tablet", 6, 20).raw("driver", 6, 16).le(2, 4);
+    img.le(STAMP, 8).raw(FIRST_20, 20, 20).raw(SECOND_16, 16, 16).le(3, 4);
+    img.bytes.resize(DevUIClientMng::SHM_SIZE, 0);
+    return img.bytes;
+}
+
+// latestIndex, count, slot 0 never written, slots 1 and 2 (stamp, type,
+// peer, length, reserved[2], detail[16]).
+std::vector<uint8_t> expectedRecordImage()
+{
+    Image img;
+    img.le(2, 4).le(2, 4).raw("", 0, 38);
+    img.le(STAMP, 8).le(1, 4).le((uint32_t)-7, 4).le(0xFFFFFFFFu, 4).le(0xA2A1, 2).raw(DETAIL_16, 16, 16);
+    img.le(STAMP, 8).le(2, 4).le(9, 4).le(5, 4).le(0, 2).raw("x", 1, 16);
+    img.bytes.resize(CommRecordMng::SHM_SIZE, 0);
+    return img.bytes;
+}
+
+// Totals per type, the peer count, then rows of peerId and the type totals.
+std::vector<uint8_t> expectedSumImage()
+{
+    Image img;
+    img.le(1, 4).le(0xFFFFFFFFu, 8).le(1, 4).le(5, 8).le(2, 4);
+    img.le((uint32_t)-7, 4).le(1, 4).le(0xFFFFFFFFu, 8).le(0, 4).le(0, 8);
+    img.le(9, 4).le(0, 4).le(0, 8).le(1, 4).le(5, 8);
+    img.bytes.resize(CommSumMng::SHM_SIZE, 0);
+    return img.bytes;
+}
+
+bool sameImage(const char* what, const std::vector<uint8_t>& got, const std::vector<uint8_t>& want);
+
+bool statusImagesMatch()
+{
+    DevUIClientMng ui(false);
+    CommRecordMng records(COMM_RECORD_KEY, false);
+    CommSumMng sums(COMM_SUM_KEY, false);
+    const std::pair<IF_SHM*, std::vector<uint8_t>> lists[] = {
+        {&ui, expectedUIImage()}, {&records, expectedRecordImage()}, {&sums, expectedSumImage()}};
+    const char* names[] = {"ui client list", "message ring", "message totals"};
+    bool ok = true;
+    for (int i = 0; i < 3; ++i) {
+        std::vector<uint8_t> image(lists[i].second.size());
+        ok = lists[i].first->updateFromSHM(image.data(), (int)image.size()) == 1 &&
+             sameImage(names[i], image, lists[i].second) && ok;
+    }
+    return ok;
+}
+
 // A list with no manager of its own: the records image under a spare key.
 class RawImageMng : public IF_SHM {
 public:
@@ -237,7 +319,7 @@ bool configValuesMatch(DevConfigMng* mng)
 
 int readAndCheck()
 {
-    for (int key : {DevConfigMng::SHM_KEY, RECORDS_KEY}) {
+    for (int key : {DevConfigMng::SHM_KEY, RECORDS_KEY, DevUIClientMng::SHM_KEY, COMM_RECORD_KEY, COMM_SUM_KEY}) {
         if (shmget(key, 0, 0) < 0) {
             fprintf(stderr, "no list image under key %d: start the writer first\n", key);
             return 2;
@@ -253,6 +335,7 @@ int readAndCheck()
     image.assign(sizeof(AbiRecords), 0);
     ok = records.updateFromSHM(image.data(), (int)image.size()) == 1 &&
          sameImage("records image", image, expectedRecordsImage()) && ok;
+    ok = statusImagesMatch() && ok;
     return ok ? 0 : 1;
 }
 
@@ -267,6 +350,13 @@ int writeAndHold()
 
     DevConfigMng config(true);
     RawImageMng records(RECORDS_KEY, (int)sizeof(AbiRecords), true);
+    DevUIClientMng ui(true);
+    CommRecordMng commRecords(COMM_RECORD_KEY, true);
+    CommSumMng commSums(COMM_SUM_KEY, true);
+    if (!fillStatusLists(&ui, &commRecords, &commSums)) {
+        fprintf(stderr, "cannot fill the ui and message lists\n");
+        return 1;
+    }
     for (const ConfigCase& c : CONFIG_CASES) {
         if (config.insertConfig(c.key, (ConfigInfo::DataType)c.type, valueOf(c).data()) != 1) {
             fprintf(stderr, "cannot set \"%s\"\n", c.key);
