@@ -11,11 +11,22 @@
 #include "shm/CountedList.h"
 #include "shm/ConfigInfo.h"
 #include "shm/DevConfigMng.h"
+#include "shm/ProcInfo.h"
+#include "shm/DevProcListMng.h"
+#include "shm/FeedWDog.h"
+#include "shm/WriteLog.h"
+#include "shm/TextFileTool.h"
+#include "shm/ThreadTool.h"
+#include "shm/RandomTool.h"
 
 #include "codec/SerializeTool.h"
 #include "codec/VI2CFrame.h"
 #include "codec/VI2CFrameStream.h"
 #include "codec/RTCMShortFrame.h"
+
+#include "comm/UDPCommTool.h"
+#include "comm/TCPClientComm.h"
+#include "comm/SerialCommTool.h"
 
 #include "space/IFPosition.h"
 #include "space/SpaceTool.h"

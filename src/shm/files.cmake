@@ -1,1 +1,1 @@
-v2xshm_subsystem(shm SHMTool IFSHM IFRefreshable TimeTool TimeBase CountedList ConfigInfo DevConfigMng)
+v2xshm_subsystem(shm SHMTool IFSHM IFRefreshable TimeTool TimeBase CountedList ConfigInfo DevConfigMng ProcInfo DevProcListMng FeedWDog WriteLog TextFileTool ThreadTool RandomTool)

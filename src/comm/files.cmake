@@ -1,0 +1,1 @@
+v2xshm_subsystem(comm UDPCommTool TCPClientComm SerialCommTool)
