@@ -6,7 +6,11 @@
 # simulated car along one approach with a fix every 100 ms of simulated time,
 # and print at each step where the car is in the map (node, link, distance to
 # the stop line, speed limits), through the intersection until it is out of
-# reach; finally stop the owner and show that nothing is left.
+# reach. Meanwhile a second vehicle with an on-board unit approaches on the
+# crossing road; at each step the car turns the participants into targets and
+# prints the other vehicle's distance and bearing; once it falls silent it
+# leaves the lists 2 s after its last report. Finally stop the owner and show
+# that nothing is left.
 #
 # Usage: scripts/demo.sh    (builds the host tool into build/host if needed)
 set -euo pipefail
@@ -143,7 +147,18 @@ step_drive() {
     echo "The car keeps to the middle lane, 5.25 m east of Mill Rd's centre line; the stop line is 15 m"
     echo "south of the centre; the approach has 3 lanes, so it is matched up to 15.5 m off its line."
     echo "Past the stop line the distance is measured to the link's end, so it grows again."
+    echo "Meanwhile a vehicle with an on-board unit (obu-b) comes west along Harbour St at 8 m/s and"
+    echo "stops at its stop line, 15 m east of the centre. Its receiver reports it at each step:"
+    echo "  \$ v2xshm obu push --id obu-b --lon LON --lat LAT --speed 8 --heading 270"
+    echo "and the car's advising process turns the participants into targets (distance, bearing"
+    echo "from the car's heading, positive to the right):"
+    echo "  \$ v2xshm targets build"
     echo
+    # The other vehicle: 140 m east at first, 0.8 m closer each step, until
+    # its stop line 15 m east of the centre (step 156).
+    local obu_at=()
+    mapfile -t obu_at < <(awk 'BEGIN { for (i = 0; i <= 156; i++) printf "--lon %.9f --lat %.9f\n",
+        120.12 + (140 - 0.8 * i) / (111195 * 0.8660254037844387), 30 + 5.25 / 111195 }')
     printf '%6s %9s  %s\n' "time" "north" "matched node and link, distance to the stop line, speed limits"
     local i=0 north lon lat ms out misses=0
     while [ "$misses" -lt 3 ]; do
@@ -151,6 +166,8 @@ step_drive() {
         read -r lon lat <<<"$(lonlat 5.25 "$north")"
         ms=$(( (i * 100) % 60000 ))
         "$TOOL" gnss push --lon "$lon" --lat "$lat" --speed 12.5 --heading 0 --time-ms "$ms" >/dev/null
+        "$TOOL" obu push --id obu-b ${obu_at[$((i < 156 ? i : 156))]} --speed 8 --heading 270 >/dev/null
+        target=$("$TOOL" targets build | sed -nE 's/^  type 2  distance ([0-9.]+ m)  bearing (.* deg( \([a-z]+\))?)  local .* id "obu-b".*/obu-b \1, \2/p')
         # Limits in km/h only, to keep each step on one line.
         out=$("$TOOL" locate --gnss | sed -E 's| [0-9.]+ m/s \(([0-9.]+ km/h)\)| \1|g')
         case $out in
@@ -158,6 +175,7 @@ step_drive() {
             *) awk -v n="$north" 'BEGIN { exit !(n > -15) }' && out="$out  (past the stop line)" ;;
         esac
         printf '%5.1fs %8.2fm  %s\n' "$(awk -v i="$i" 'BEGIN { print i / 10 }')" "$north" "$out"
+        printf '%18s target: %s\n' "" "$target"
         i=$((i + 1))
     done
 
@@ -168,11 +186,24 @@ step_drive() {
     v2xshm map age
 }
 
+step_road_around() {
+    step "The road around the car: the other vehicle as a target, then silent"
+    v2xshm show targets
+    v2xshm ptc age
+    echo "(obu-b sends nothing more; 2.1 s later the ageing task drops it)"
+    sleep 2.1
+    v2xshm ptc age
+    v2xshm show obu
+    v2xshm targets build
+    v2xshm id next
+}
+
 step_start_owner
 step_config
 step_status
 step_gnss
 step_map
 step_drive
+step_road_around
 step_stop_owner
 step_nothing_left
