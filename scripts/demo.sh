@@ -124,6 +124,10 @@ step_gnss() {
 # The sample intersection (data/sample-intersection.map): Harbour St / Mill Rd,
 # node 1001 at 30 N 120.12 E, and its neighbour 1002 420 m east.
 SAMPLE_MAP="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/data/sample-intersection.map"
+# Its signal controllers (count-downs in seconds from reception) and road-side
+# information (road works on Mill Rd northbound, among others).
+SAMPLE_SIGNAL="$(dirname "$SAMPLE_MAP")/sample-signal.tl"
+SAMPLE_RSI="$(dirname "$SAMPLE_MAP")/sample-rsi.rsi"
 
 # lonlat EAST NORTH: the point EAST and NORTH metres from node 1001.
 lonlat() {
@@ -137,6 +141,14 @@ step_map() {
     v2xshm map load "$WORK/cut.map" || echo "(refused, exit code $?; the list is unchanged)"
     echo "\$ v2xshm show map --node 1001 | grep -E 'node|link|limits'"
     "$TOOL" show map --node 1001 | grep -E '^node|^  link|limits'
+}
+
+step_signal() {
+    step "The intersection's signal controller and its road-side information arrive: checked, then listed"
+    v2xshm signal load "$SAMPLE_SIGNAL"
+    v2xshm rsi load "$SAMPLE_RSI" --source rsu-1001
+    echo "\$ v2xshm show signals --node 1001 | grep phase"
+    "$TOOL" show signals --node 1001 | grep 'phase'
 }
 
 step_drive() {
@@ -153,6 +165,9 @@ step_drive() {
     echo "and the car's advising process turns the participants into targets (distance, bearing"
     echo "from the car's heading, positive to the right):"
     echo "  \$ v2xshm targets build"
+    echo "locate also gives the light of the car's movement (straight on to node 1003, phase 2) with"
+    echo "the seconds until it changes (counted from the light's reception, in real time), and the"
+    echo "road-side information on its link."
     echo
     # The other vehicle: 140 m east at first, 0.8 m closer each step, until
     # its stop line 15 m east of the centre (step 156).
@@ -170,20 +185,29 @@ step_drive() {
         target=$("$TOOL" targets build | sed -nE 's/^  type 2  distance ([0-9.]+ m)  bearing (.* deg( \([a-z]+\))?)  local .* id "obu-b".*/obu-b \1, \2/p')
         # Limits in km/h only, to keep each step on one line.
         out=$("$TOOL" locate --gnss | sed -E 's| [0-9.]+ m/s \(([0-9.]+ km/h)\)| \1|g')
+        signal=$(printf '%s\n' "$out" | sed -nE 's/^  to 1003 \(phase 2\): (.*)/\1/p')
+        rsi=$(printf '%s\n' "$out" | sed -nE 's/^  road-side information, [0-9]+ m away: [^:]*: (.{0,40}).*/\1.../p')
+        out=$(printf '%s\n' "$out" | head -n 1)
         case $out in
             "no link"*) misses=$((misses + 1)); out="out of reach: no link within reach (-2)" ;;
             *) awk -v n="$north" 'BEGIN { exit !(n > -15) }' && out="$out  (past the stop line)" ;;
         esac
         printf '%5.1fs %8.2fm  %s\n' "$(awk -v i="$i" 'BEGIN { print i / 10 }')" "$north" "$out"
         printf '%18s target: %s\n' "" "$target"
+        [ -n "$signal" ] && printf '%18s light: %s%s\n' "" "$signal" "${rsi:+; road-side: $rsi}"
         i=$((i + 1))
     done
 
     step "The last location published stays, with its age, for readers to judge"
     v2xshm show location
 
-    step "Aging: the map is kept while it is refreshed within 10 s"
+    step "What the locating process published for the other processes: phases and road-side information"
+    v2xshm show phases
+    v2xshm show rsi-results
+
+    step "Aging: the map is kept while it is refreshed within 10 s; the lights, received once, go after 10 s"
     v2xshm map age
+    v2xshm signal age
 }
 
 step_road_around() {
@@ -203,6 +227,7 @@ step_config
 step_status
 step_gnss
 step_map
+step_signal
 step_drive
 step_road_around
 step_stop_owner

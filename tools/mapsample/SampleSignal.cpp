@@ -79,14 +79,14 @@ std::vector<LMTrafficLightExtend> SampleSignal::lights()
     const uint8_t G = LIGHT_GREEN;
     const uint8_t Y = LIGHT_YELLOW;
     // Centre node, one cycle from reception: all red to 4 s, Mill Rd through
-    // green to 24 s, Mill Rd left turns 27 to 37 s, Harbour St left turns 40
-    // to 50 s, Harbour St through from 53 s.
+    // green to 60 s, Mill Rd left turns 63 to 73 s, Harbour St left turns 76
+    // to 86 s, Harbour St through from 89 s.
     LMTrafficLightExtend centre =
         lightOf(SampleIntersection::CENTRE_NODE,
-                {phaseOf(1, {stateOf(R, NONE, 27.0f), stateOf(G, 27.0f, 37.0f), stateOf(Y, 37.0f, 40.0f)}),
-                 phaseOf(2, {stateOf(R, NONE, 4.0f), stateOf(G, 4.0f, 24.0f), stateOf(Y, 24.0f, 27.0f)}),
-                 phaseOf(3, {stateOf(R, NONE, 40.0f), stateOf(G, 40.0f, 50.0f), stateOf(Y, 50.0f, 53.0f)}),
-                 phaseOf(4, {stateOf(Y, NONE, 1.0f), stateOf(R, 1.0f, 53.0f), stateOf(G, 53.0f, 83.0f)})});
+                {phaseOf(1, {stateOf(R, NONE, 63.0f), stateOf(G, 63.0f, 73.0f), stateOf(Y, 73.0f, 76.0f)}),
+                 phaseOf(2, {stateOf(R, NONE, 4.0f), stateOf(G, 4.0f, 60.0f), stateOf(Y, 60.0f, 63.0f)}),
+                 phaseOf(3, {stateOf(R, NONE, 76.0f), stateOf(G, 76.0f, 86.0f), stateOf(Y, 86.0f, 89.0f)}),
+                 phaseOf(4, {stateOf(Y, NONE, 1.0f), stateOf(R, 1.0f, 89.0f), stateOf(G, 89.0f, 119.0f)})});
     // The neighbouring node: a simple two-phase controller.
     LMTrafficLightExtend neighbour =
         lightOf(SampleIntersection::NEIGHBOUR_NODE,
