@@ -11,6 +11,7 @@
 
 #include "LMMessageWriter.h"
 #include "SampleIntersection.h"
+#include "SampleSignal.h"
 
 namespace {
 
@@ -58,6 +59,44 @@ bool nodeListSeeds(const std::string& dir)
     return ok;
 }
 
+template <typename Record>
+bool writeListSeed(const std::string& dir, const char* name, const std::vector<Record>& records,
+                   int (*write)(const std::vector<Record>&, std::vector<char>*))
+{
+    std::vector<char> bytes;
+    if (write(records, &bytes) < 0) {
+        fprintf(stderr, "fuzz_seeds: the writer refused seed %s\n", name);
+        return false;
+    }
+    return writeFile(dir + "/" + name, bytes);
+}
+
+// Received light lists.
+bool tlListSeeds(const std::string& dir)
+{
+    auto w = LMMessageWriter::writeTLList;
+    std::vector<LMTrafficLightExtend> sample = SampleSignal::lights();
+    LMTrafficLightExtend bare;
+    bare.id = 1;
+    LMTrafficLightExtend emptyPhase = bare;
+    emptyPhase.phases[2].phaseID = 2;
+    return writeListSeed(dir, "empty", {}, w) && writeListSeed(dir, "bare-light", {bare}, w)
+        && writeListSeed(dir, "empty-phase", {emptyPhase}, w) && writeListSeed(dir, "sample", sample, w)
+        && writeListSeed(dir, "repeated-id", {bare, sample[0], bare}, w);
+}
+
+// Received RSI lists.
+bool rsiListSeeds(const std::string& dir)
+{
+    auto w = LMMessageWriter::writeRSIList;
+    std::vector<LMRSIExtend> sample = SampleSignal::rsiRecords();
+    LMRSIExtend bare;
+    LMRSIExtend longText = sample[0];
+    memset(longText.text, 't', 255);
+    return writeListSeed(dir, "empty", {}, w) && writeListSeed(dir, "bare", {bare}, w)
+        && writeListSeed(dir, "sample", sample, w) && writeListSeed(dir, "long-text", {longText, bare}, w);
+}
+
 struct SeedKind {
     const char* name;
     bool (*write)(const std::string& dir);
@@ -65,6 +104,8 @@ struct SeedKind {
 
 const SeedKind KINDS[] = {
     {"nodelist", nodeListSeeds},
+    {"tllist", tlListSeeds},
+    {"rsilist", rsiListSeeds},
 };
 
 }  // namespace
