@@ -44,6 +44,9 @@ PAIRS = [
     ("large map checked / trusted decode",     "BM_MapDeSerializeChecked/1", "BM_MapDeSerialize/1"),
     ("map update (505 KiB) / 1 MiB memcpy",    "BM_MapUpdateHalfList", "BM_Memcpy1MiBFloor"),
     ("location search / bare geometry",        "BM_MapLocation", "BM_MapLocationGeometryFloor"),
+    ("ptc refresh in 256 / semop+memcmp scan", "BM_PtcRefreshInFullList", "BM_PtcRefreshFloor"),
+    ("ptc update (256) / locked memcpy",       "BM_PtcUpdateFullList", "BM_PtcUpdateLockedFloor"),
+    ("ptc update (256) / bare memcpy",         "BM_PtcUpdateFullList", "BM_PtcUpdateFloor"),
 ]
 medians = {}
 for b in json.load(open(sys.argv[1]))["benchmarks"]:
