@@ -20,6 +20,9 @@
 
 #include <sys/shm.h>
 
+#include "ptc/OBU.h"
+#include "ptc/PTC.h"
+#include "ptc/TgtCollisionMng.h"
 #include "shm/DevConfigMng.h"
 #include "shm/IFRefreshable.h"
 #include "shm/IFSHM.h"
@@ -251,6 +254,84 @@ std::vector<uint8_t> expectedSumImage()
     return img.bytes;
 }
 
+// ---- participant records and the collision list --------------------------
+constexpr int PTC_RECORDS_KEY = 77993;  // spare key: a PTC and an OBU side by side
+#pragma pack(push, 1)
+struct AbiParticipants {
+    PTC ptc;
+    OBU obu;
+};
+#pragma pack(pop)
+
+void fillBase(IF_PTCBase* p, const char* id)
+{
+    p->latestRefreshTime = p->gnss.latestRefreshTime = doubleOf(STAMP);
+    p->localID = 0x1234;
+    strcpy(p->id, id);
+    p->gnss.position.longitude = doubleOf(LON);
+    p->gnss.position.latitude = doubleOf(LAT);
+    p->gnss.speed = 13.5f;
+    p->gnss.heading = 270.0f;
+    p->size.width = 180, p->size.length = 450, p->size.height = 150;
+}
+
+AbiParticipants filledParticipants()
+{
+    AbiParticipants a;
+    fillBase(&a.ptc, "abi-ptc");
+    a.ptc.ptcType = 3, a.ptc.ptcID = 0xBEEF, a.ptc.ptcAttr[0] = 1, a.ptc.ptcAttr[1] = 2, a.ptc.source = 7;
+    strcpy(a.ptc.ptcText, "text");
+    memcpy(a.ptc.sourceID, SECOND_16, 16);
+    a.ptc.ptcExtra[0] = 'x';
+    a.ptc.vehClass.classification = 10;
+    fillBase(&a.obu, "abi-obu");
+    a.obu.obuExtra[0] = 'e';
+    a.obu.vehClass.classification = 11;
+    a.obu.vehStatus.item1 = -2;
+    return a;
+}
+
+TgtCollision filledCollision()
+{
+    TgtCollision t;
+    fillBase(&t, "abi-tgt");
+    t.tgtType = 2, t.angle = doubleOf(MOTION_AND_CAR[0]), t.distance = doubleOf(ALT), t.collision = 3.5;
+    t.vehClass.classification = 12;
+    return t;
+}
+
+// Stamp, localID, id[16], the GNSS fix (105), the size (3 x int32).
+Image& baseImage(Image& img, const char* id)
+{
+    img.le(STAMP, 8).le(0x1234, 2).raw(id, strlen(id), 16);
+    img.le(STAMP, 8).raw("", 0, 14).le('N', 1).le('E', 1).le(LON, 8).le(LAT, 8).le(0, 8);
+    img.le(0x41580000, 4).le(0x43870000, 4).le(0, 8).le(0, 3).le(0x42C60000, 4).raw("", 0, 34);  // 13.5, 270, 99
+    return img.le(180, 4).le(450, 4).le(150, 4);
+}
+
+std::vector<uint8_t> expectedParticipantsImage()
+{
+    Image img;
+    baseImage(img, "abi-ptc").le(3, 1).le(0xBEEF, 2).le(0x0201, 2).raw("text", 4, 16).le(7, 1);
+    img.raw(SECOND_16, 16, 16).raw("x", 1, 16).le(10, 1).raw("", 0, 32);
+    baseImage(img, "abi-obu").raw("e", 1, 16).le(11, 1).raw("", 0, 32);
+    // The status: transmission unavailable, item1 -2, the "unavailable" wheel-brake bit.
+    return img.le(0, 8).le(7, 1).le(0, 1).le(0xFFFFFFFEu, 4).raw("", 0, 29).le(0x80, 1).raw("", 0, 12).bytes;
+}
+
+std::vector<uint8_t> expectedCollisionImage()
+{
+    Image img;
+    baseImage(img.le(1, 4), "abi-tgt").le(2, 1).le(MOTION_AND_CAR[0], 8).le(ALT, 8).le(12, 1).raw("", 0, 32);
+    img.le(0x400C000000000000ull, 8);  // 3.5
+    // The other slots hold fresh records: the fix's 'N', 'E' and 99.0, distance and collision 9999.0.
+    for (int i = 1; i < TgtCollisionMng::CAPACITY; ++i) {
+        img.raw("", 0, 48).le('N', 1).le('E', 1).raw("", 0, 43).le(0x42C60000, 4).raw("", 0, 34 + 12 + 1 + 8);
+        img.le(0x40C3878000000000ull, 8).raw("", 0, 33).le(0x40C3878000000000ull, 8);
+    }
+    return img.bytes;
+}
+
 bool sameImage(const char* what, const std::vector<uint8_t>& got, const std::vector<uint8_t>& want);
 
 bool statusImagesMatch()
@@ -319,7 +400,8 @@ bool configValuesMatch(DevConfigMng* mng)
 
 int readAndCheck()
 {
-    for (int key : {DevConfigMng::SHM_KEY, RECORDS_KEY, DevUIClientMng::SHM_KEY, COMM_RECORD_KEY, COMM_SUM_KEY}) {
+    for (int key : {DevConfigMng::SHM_KEY, RECORDS_KEY, DevUIClientMng::SHM_KEY, COMM_RECORD_KEY, COMM_SUM_KEY,
+                    PTC_RECORDS_KEY, TgtCollisionMng::SHM_KEY}) {
         if (shmget(key, 0, 0) < 0) {
             fprintf(stderr, "no list image under key %d: start the writer first\n", key);
             return 2;
@@ -336,6 +418,14 @@ int readAndCheck()
     ok = records.updateFromSHM(image.data(), (int)image.size()) == 1 &&
          sameImage("records image", image, expectedRecordsImage()) && ok;
     ok = statusImagesMatch() && ok;
+    RawImageMng participants(PTC_RECORDS_KEY, (int)sizeof(AbiParticipants), false);
+    image.assign(sizeof(AbiParticipants), 0);
+    ok = participants.updateFromSHM(image.data(), (int)image.size()) == 1 &&
+         sameImage("participant records", image, expectedParticipantsImage()) && ok;
+    TgtCollisionMng collisions(false);
+    image.assign(TgtCollisionMng::SHM_SIZE, 0);
+    ok = collisions.updateFromSHM(image.data(), (int)image.size()) == 1 &&
+         sameImage("collision list", image, expectedCollisionImage()) && ok;
     return ok ? 0 : 1;
 }
 
@@ -363,8 +453,13 @@ int writeAndHold()
             return 1;
         }
     }
+    RawImageMng participants(PTC_RECORDS_KEY, (int)sizeof(AbiParticipants), true);
+    TgtCollisionMng collisions(true);
+    AbiParticipants filledPtc = filledParticipants();
+    collisions.collisions.push_back(filledCollision());
     AbiRecords filled = filledRecords();
-    if (config.commit() != 1 || records.commit2SHM(&filled, sizeof filled) != 1) {
+    if (config.commit() != 1 || records.commit2SHM(&filled, sizeof filled) != 1 ||
+        participants.commit2SHM(&filledPtc, sizeof filledPtc) != 1 || collisions.commit() != 1) {
         fprintf(stderr, "cannot write the list images\n");
         return 1;
     }
