@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "LMMessageWriter.h"
+#include "codec/RTCMShortFrame.h"
+#include "codec/VI2CFrame.h"
 #include "SampleIntersection.h"
 #include "SampleSignal.h"
 
@@ -59,6 +61,63 @@ bool nodeListSeeds(const std::string& dir)
     return ok;
 }
 
+std::vector<char> frameBytes(uint8_t type, uint8_t subType, const std::vector<char>& data)
+{
+    VI2CFrame frame;
+    frame.frameType = type;
+    frame.frameSubType = subType;
+    frame.dataLen = (int16_t)data.size();
+    if (!data.empty()) memcpy(frame.data, data.data(), data.size());
+    std::vector<char> out(VI2CFrame::MAX_LEN);
+    int pos = 0;
+    out.resize((size_t)frame.buildFrame(out.data(), &pos));
+    return out;
+}
+
+std::vector<char> joined(const std::vector<std::vector<char>>& parts)
+{
+    std::vector<char> out;
+    for (const auto& p : parts) out.insert(out.end(), p.begin(), p.end());
+    return out;
+}
+
+// Byte streams: two bytes choosing the piece sizes, then frames, stray bytes,
+// a corrupt frame with a frame inside, a frame cut short at the end.
+bool frameStreamSeeds(const std::string& dir)
+{
+    std::vector<char> example = frameBytes(1, 2, {0x10, 0x20});
+    std::vector<char> corrupt = frameBytes(4, 0, example);
+    corrupt.back() ^= 1;
+    std::vector<char> cut = frameBytes(7, 7, std::vector<char>(40, 0x55));
+    cut.resize(20);
+    return writeFile(dir + "/one", joined({{1, 0}, example}))
+        && writeFile(dir + "/back-to-back", joined({{7, 3}, example, frameBytes(0, 0, {}), example}))
+        && writeFile(dir + "/stray-and-corrupt", joined({{0, 9}, {0, (char)0xFA}, corrupt, {(char)0xFB}, example}))
+        && writeFile(dir + "/largest", joined({{63, 1}, frameBytes(0xFF, 0x80, std::vector<char>(2048, 0x33))}))
+        && writeFile(dir + "/cut-at-end", joined({{2, 2}, example, cut}));
+}
+
+std::vector<char> rtcmBytes(int type, const std::vector<char>& data)
+{
+    RTCMShortFrame frame;
+    frame.frameType = type;
+    frame.dataLen = (int16_t)data.size();
+    if (!data.empty()) memcpy(frame.data, data.data(), data.size());
+    std::vector<char> out(RTCMShortFrame::HEAD_LEN + data.size());
+    int pos = 0;
+    frame.serialize2ShortFrame(out.data(), &pos);
+    return out;
+}
+
+// Received correction-data frames, alone and back to back.
+bool rtcmSeeds(const std::string& dir)
+{
+    std::vector<char> example = rtcmBytes(2, {(char)0xAA, (char)0xBB, (char)0xCC});
+    return writeFile(dir + "/example", example) && writeFile(dir + "/empty", rtcmBytes(1, {}))
+        && writeFile(dir + "/largest", rtcmBytes(1, std::vector<char>(2048, 0x21)))
+        && writeFile(dir + "/back-to-back", joined({example, rtcmBytes(1, {1}), {0x00}, example}));
+}
+
 template <typename Record>
 bool writeListSeed(const std::string& dir, const char* name, const std::vector<Record>& records,
                    int (*write)(const std::vector<Record>&, std::vector<char>*))
@@ -106,6 +165,8 @@ const SeedKind KINDS[] = {
     {"nodelist", nodeListSeeds},
     {"tllist", tlListSeeds},
     {"rsilist", rsiListSeeds},
+    {"framestream", frameStreamSeeds},
+    {"rtcm", rtcmSeeds},
 };
 
 }  // namespace

@@ -14,7 +14,7 @@ set -eu
 
 # Every fuzz target, by the name after fuzz_; fuzz_seeds KIND DIR writes the
 # seeds of each.
-ALL_TARGETS="nodelist tllist rsilist"
+ALL_TARGETS="nodelist framestream rtcm tllist rsilist"
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${FUZZ_BUILD_DIR:-$root/build/fuzz}
