@@ -304,7 +304,7 @@ int frameBuild(const ToolArgs& args)
     frame.frameType = (uint8_t)type;
     frame.frameSubType = (uint8_t)subType;
     frame.dataLen = (int16_t)data.size();
-    memcpy(frame.data, data.data(), data.size());
+    if (!data.empty()) memcpy(frame.data, data.data(), data.size());
     std::vector<char> out(VI2CFrame::MAX_LEN);
     int pos = 0;
     int len = frame.buildFrame(out.data(), &pos);

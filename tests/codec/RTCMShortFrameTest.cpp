@@ -20,7 +20,7 @@ struct Read {
 Read read(const Bytes& bytes, int len)
 {
     std::unique_ptr<char[]> copy(new char[bytes.size() + 1]);
-    memcpy(copy.get(), bytes.data(), bytes.size());
+    if (!bytes.empty()) memcpy(copy.get(), bytes.data(), bytes.size());
     Read r;
     r.frame.frameType = 77;
     r.frame.dataLen = 77;

@@ -19,7 +19,7 @@ Bytes build(uint8_t type, uint8_t sub, const Bytes& data)
     f.frameType = type;
     f.frameSubType = sub;
     f.dataLen = (int16_t)data.size();
-    memcpy(f.data, data.data(), data.size());
+    if (!data.empty()) memcpy(f.data, data.data(), data.size());
     Bytes out(data.size() + 9, 0xEE);
     int pos = 1;
     EXPECT_EQ(f.buildFrame((char*)out.data(), &pos), (int)data.size() + 7);
@@ -38,7 +38,7 @@ struct Resolved {
 Resolved resolve(const Bytes& bytes, int len, int at = 0)
 {
     std::unique_ptr<char[]> copy(new char[len > 0 ? len : 1]);
-    memcpy(copy.get(), bytes.data(), (size_t)len);
+    if (len > 0) memcpy(copy.get(), bytes.data(), (size_t)len);
     Resolved r;
     memset(r.frame.data, 0x5A, sizeof r.frame.data);
     r.pos = at;
