@@ -36,20 +36,4 @@ TEST(PtcRecords, FreshImages)
     EXPECT_EQ(freshImage<TgtCollision>(), expectedFresh(201, {{152, NINE_9999}, {193, NINE_9999}}));
 }
 
-TEST(PtcRecords, KeyFieldsLandAtTheirOffsets)
-{
-    PTC p;
-    p.localID = 0x0102;
-    p.ptcID = 0xA1B2;
-    p.source = 9;
-    memcpy(p.sourceID, "0123456789abcdef", 16);  // full width, no terminator
-    p.vehClass.classification = 0x33;
-    Bytes got = bytesOf(&p, sizeof p);
-    EXPECT_EQ(Bytes(got.begin() + 8, got.begin() + 10), (Bytes{0x02, 0x01}));
-    EXPECT_EQ(Bytes(got.begin() + 144, got.begin() + 146), (Bytes{0xB2, 0xA1}));
-    EXPECT_EQ(got[164], 9);
-    EXPECT_EQ(std::string(got.begin() + 165, got.begin() + 181), "0123456789abcdef");
-    EXPECT_EQ(got[197], 0x33);
-}
-
 }  // namespace

@@ -66,62 +66,38 @@ TEST(TargetMng, InsertTgtMeasuresFromTheOwnVehicle)
     EXPECT_EQ(mng.targets.size(), 6u);
 }
 
-// Commits `n` records and reads them back in another process: the first
-// `capacity` arrive, in order, with their figures.
-template <typename Mng, typename Make>
-void commitAndReadElsewhere(Mng& writer, int n, int capacity, Make makeReader)
-{
-    GNSS own = ownFix();
-    for (int i = 0; i < n; ++i) {
-        IF_PTCBase p = participantAt(i, 0);
-        p.localID = (uint16_t)(i + 1);
-        if constexpr (std::is_same<Mng, TargetMng>::value) {
-            ASSERT_EQ(writer.insertTgt(own, &p, 2, nullptr), 1);
-        } else {
-            ASSERT_EQ(writer.insertTgt(own, &p, 3.5, 0.2, 40.0 + i, 2, nullptr), 1);
-        }
-    }
-    ASSERT_EQ(writer.commit(), 1);
-    pid_t reader = forkChild([&] {
-        auto mng = makeReader();
-        if (mng->update() != 1) {
-            return 1;
-        }
-        int i = 0;
-        for (const auto& rec : *mng->records()) {
-            ++i;
-            if (rec.localID != i) {
-                return 2;
-            }
-            if constexpr (std::is_same<Mng, TgtCollisionMng>::value) {
-                if (rec.collision != 3.5 || rec.angle != 0.2 || rec.distance != 40.0 + (i - 1)) {
-                    return 3;
-                }
-            }
-        }
-        return i == capacity ? 0 : 4;
-    });
-    EXPECT_EQ(waitChild(reader), 0);
-}
-
-struct TargetReader : TargetMng {
-    TargetReader() : TargetMng(TARGET_KEY, false) {}
-    std::vector<TargetBase>* records() { return &targets; }
-};
-struct CollisionReader : TgtCollisionMng {
-    CollisionReader() : TgtCollisionMng(false) {}
-    std::vector<TgtCollision>* records() { return &collisions; }
-};
-
 TEST(TargetMng, CommitPublishesUpToCapacityInOrder)
 {
+    GNSS own = ownFix();
     TargetMng targets(TARGET_KEY, true);
-    commitAndReadElsewhere(targets, 70, 64, [] { return std::unique_ptr<TargetReader>(new TargetReader); });
     TgtCollisionMng collisions(true);
-    commitAndReadElsewhere(collisions, 260, 256, [] { return std::unique_ptr<CollisionReader>(new CollisionReader); });
+    for (int i = 0; i < 260; ++i) {
+        IF_PTCBase p = participantAt(i, 0);
+        p.localID = (uint16_t)(i + 1);
+        ASSERT_EQ(targets.insertTgt(own, &p, 2, nullptr), 1);
+        ASSERT_EQ(collisions.insertTgt(own, &p, 3.5, 0.2, 40.0 + i, 2, nullptr), 1);
+    }
+    ASSERT_EQ(targets.commit(), 1);
+    ASSERT_EQ(collisions.commit(), 1);
+    pid_t reader = forkChild([] {
+        TargetMng t(TARGET_KEY, false);
+        TgtCollisionMng c(false);
+        if (t.update() != 1 || c.update() != 1 || t.targets.size() != 64 || c.collisions.size() != 256) {
+            return 1;
+        }
+        for (size_t i = 0; i < c.collisions.size(); ++i) {
+            const TgtCollision& r = c.collisions[i];
+            bool same = r.localID == i + 1 && r.collision == 3.5 && r.angle == 0.2 && r.distance == 40.0 + i;
+            if (!same || (i < 64 && t.targets[i].localID != i + 1)) {
+                return 2;
+            }
+        }
+        return 0;
+    });
+    EXPECT_EQ(waitChild(reader), 0);
     collisions.collisions.resize(2);
     ASSERT_EQ(collisions.commit(), 1);
-    CollisionReader again;
+    TgtCollisionMng again(false);
     ASSERT_EQ(again.update(), 1);
     EXPECT_EQ(again.collisions.size(), 2u) << "a shorter list replaces the longer one whole";
 }
