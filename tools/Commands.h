@@ -36,6 +36,10 @@ int cmdShowPtc(const std::string& what, const ToolArgs& args);
 int cmdParticipant(const std::string& list, const ToolArgs& args);
 int cmdTargets(const ToolArgs& args);
 int cmdId(const ToolArgs& args);
+// CmdProc.cpp: show procs [--stale S]; feed NAME [TAG]; log listen [--port P] [--count N]
+int cmdShowProcs(const ToolArgs& args);
+int cmdFeed(const ToolArgs& args);
+int cmdLog(const ToolArgs& args);
 
 // CmdSignal.cpp: signal load | age; rsi load | age; show signals | rsi |
 // phases | rsi-results; the signal state and RSI of a located approach

@@ -14,6 +14,7 @@
 #include "localmap/LMTLListMng.h"
 #include "localmap/LMTLPhaseResMng.h"
 #include "shm/DevConfigMng.h"
+#include "shm/DevProcListMng.h"
 #include "space/DevGNSSMng.h"
 #include "space/VehTraceMng.h"
 #include "status/CommRecordMng.h"
@@ -57,6 +58,7 @@ using OwnerFactory = std::unique_ptr<IF_SHM> (*)();
 const std::map<std::string, OwnerFactory>& ownerFactories()
 {
     static const std::map<std::string, OwnerFactory> table = {
+        {"procs", own<DevProcListMng>},
         {"config", own<DevConfigMng>},
         {"gnss", own<DevGNSSMng>},
         {"trace", own<VehTraceMng>},

@@ -37,6 +37,7 @@ void onLockTimeout(int)
 const std::vector<ListInfo>& knownLists()
 {
     static const std::vector<ListInfo> lists = {
+        {"procs", "DevProcListMng", 77101, 2564},
         {"config", "DevConfigMng", 77102, 6660},
         {"gnss", "DevGNSSMng", 77103, 105},
         {"ui", "DevUIClientMng", 77104, 3076},

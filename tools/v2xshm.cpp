@@ -27,7 +27,10 @@ const char* USAGE =
     "  ptc push --ptc-id N --source N --source-id TEXT --lon X --lat Y [...] | ptc age\n"
     "  obu push | rsu push --id TEXT --lon X --lat Y [--speed V] [--heading H]\n"
     "  targets build [--key KEY]        targets from the own fix and the participant lists\n"
-    "  id next                          draw a device-wide participant identifier\n";
+    "  id next                          draw a device-wide participant identifier\n"
+    "  show procs [--stale SECONDS]     the process list with each entry's age\n"
+    "  feed NAME [TAG]                  feed the watchdog as a process does, until SIGINT\n"
+    "  log listen [--port P] [--count N]  print log datagrams as they arrive\n";
 
 }  // namespace
 
@@ -62,9 +65,11 @@ int main(int argc, char** argv)
     if (command == "id") return cmdId(args);
     if (command == "frame") return cmdFrame(args);
     if (command == "comm") return cmdComm(args);
+    if (command == "feed") return cmdFeed(args);
+    if (command == "log") return cmdLog(args);
     if (command == "show") {
         if (args.words.empty()) {
-            return usageError("show what? gnss, trace, vehicle, map, location, comm, ui, ptc, obu, rsu, targets or collisions");
+            return usageError("show what? gnss, trace, vehicle, map, location, comm, ui, ptc, obu, rsu, targets, collisions or procs");
         }
         std::string what = args.words[0];
         args.words.erase(args.words.begin());
@@ -77,6 +82,7 @@ int main(int argc, char** argv)
             return cmdShowPtc(what, args);
         }
         if (what == "comm" || what == "ui") return cmdShowFrameLists(what, args);
+        if (what == "procs") return cmdShowProcs(args);
         return usageError("unknown list to show: " + what);
     }
     std::cerr << USAGE;

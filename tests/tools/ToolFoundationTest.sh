@@ -33,10 +33,10 @@ expect_no_ipc "bad input creates nothing"
 
 # --- With an owner.
 start_owner || { finish; exit 1; }
-grep -Eq "^owning config gnss ([a-z]+ )*vehicle trace map ([a-z]+ )*location( [a-z]+)* \(pid [0-9]+\)$" "$WORK/owner.out" &&
+grep -Eq "^owning procs config gnss ([a-z]+ )*vehicle trace map ([a-z]+ )*location( [a-z]+)* \(pid [0-9]+\)$" "$WORK/owner.out" &&
     pass "ready line names every list" || fail "ready line names every list" "$(cat "$WORK/owner.out")"
 expect_grep "status shows the owned list" '^config +DevConfigMng +77102 +6660 +present +1 +free$' status
-expect_grep "status as json" '^\{"lists":\[\{"name":"config","manager":"DevConfigMng","key":77102,"size":6660,"segment":true,"segmentSize":6660,"attached":1,"semaphore":"free","waiting":0,"owned":true\}' --json status
+expect_grep "status as json" '^\{"lists":\[\{"name":"procs",[^}]*\},\{"name":"config","manager":"DevConfigMng","key":77102,"size":6660,"segment":true,"segmentSize":6660,"attached":1,"semaphore":"free","waiting":0,"owned":true\}' --json status
 expect_error "second owner is refused" 1 'already has an owner' owner config
 expect_out "empty list" "no entries" config list
 
