@@ -22,8 +22,8 @@ PTC participantOf(int w, int k, int round)
     PTC p;
     p.ptcID = (uint16_t)(w * 100 + k);
     p.source = (uint8_t)w;
-    snprintf(p.sourceID, sizeof p.sourceID, "rx-%d", w);
-    snprintf(p.id, sizeof p.id, "ptc-%d-%d", w, k);
+    snprintf(p.sourceID, sizeof p.sourceID, "rx-%d", w % 100);
+    snprintf(p.id, sizeof p.id, "ptc-%d-%d", w % 100, k % 100);
     p.gnss.speed = (float)round;
     p.gnss.heading = (float)round;
     p.gnss.position.longitude = p.ptcID + round;
