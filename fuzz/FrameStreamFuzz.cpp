@@ -6,8 +6,7 @@
 // fails:
 // - the frames handed out, in order, are exactly those of one resolveFrame
 //   walk over the whole stream that moves one byte on after each failure;
-// - while waiting for more bytes it holds less than one largest frame;
-// - every frame handed out reads back from its own image unchanged.
+// - while waiting for more bytes it holds less than one largest frame.
 
 #include <cstdint>
 #include <cstdio>
@@ -35,26 +34,20 @@ Image imageOf(const VI2CFrame& f)
 {
     Image out(VI2CFrame::MAX_LEN);
     int pos = 0;
-    int len = f.buildFrame(out.data(), &pos);
-    require(len == f.dataLen + VI2CFrame::MIN_LEN && pos == len, "a frame handed out builds to its length");
-    out.resize((size_t)len);
+    out.resize((size_t)f.buildFrame(out.data(), &pos));
     return out;
 }
 
 std::vector<Image> walk(const char* stream, int n)
 {
     std::vector<Image> found;
-    int pos = 0;
-    while (pos < n) {
+    for (int pos = 0; pos < n;) {
         VI2CFrame f;
         int start = pos;
-        int rc = f.resolveFrame(stream, &pos, n - pos);
-        if (rc > 0) {
-            require(pos == start + rc && pos <= n, "the cursor moves by the frame's length");
+        if (f.resolveFrame(stream, &pos, n - pos) > 0) {
             found.emplace_back(stream + start, stream + pos);
         } else {
-            require(pos == start, "a refused frame leaves the cursor");
-            ++pos;
+            pos = start + 1;
         }
     }
     return found;
@@ -84,22 +77,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         memcpy(copy.get(), stream + at, (size_t)piece);
         require(reader.feed(copy.get(), piece) == 1, "bytes are taken");
         at += piece;
-        while (reader.nextFrame(&frame) == 1) {
-            got.push_back(imageOf(frame));
-        }
+        while (reader.nextFrame(&frame) == 1) got.push_back(imageOf(frame));
         require(reader.pendingBytes() < VI2CFrame::MAX_LEN, "less than one largest frame is held");
     }
     reader.endOfInput();
-    while (reader.nextFrame(&frame) == 1) {
-        got.push_back(imageOf(frame));
-    }
+    while (reader.nextFrame(&frame) == 1) got.push_back(imageOf(frame));
     require(reader.pendingBytes() == 0, "nothing is held after the end of input");
     require(got == expected, "the reader hands out the frames of one walk");
-    for (const Image& image : got) {
-        VI2CFrame back;
-        int pos = 0;
-        require(back.resolveFrame(image.data(), &pos, (int)image.size()) == (int)image.size(), "a frame reads back");
-        require(imageOf(back) == image, "a frame reads back unchanged");
-    }
     return 0;
 }
