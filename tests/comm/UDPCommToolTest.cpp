@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
-#include <mutex>
 #include <numeric>
 #include <pthread.h>
 #include <string>
@@ -17,196 +16,124 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// True once flag is set, waiting at most timeoutMs.
-bool waitFor(const std::atomic<bool>& flag, int timeoutMs)
+// A thread body's callbacks end it with pthread_exit once the test has seen
+// enough (the loops themselves never end); `done` tells the test.
+std::atomic<bool> done;
+std::atomic<int> calls, wanted, pings;
+std::string seen[3];  // receive: "length first-byte zeros-after"
+Clock::time_point builds[401];
+
+bool waitDone(int timeoutMs)
 {
-    for (int waited = 0; !flag && waited < timeoutMs; waited += 5) {
+    for (int waited = 0; !done && waited < timeoutMs; waited += 5) {
         usleep(5000);
     }
-    return flag;
+    return done;
 }
 
-// ---- receiving ----
-struct Received {
-    int len;
-    std::string head;
-    bool zerosAfter;  // the rest of the 10,000-byte buffer is zero
-};
-std::mutex receivedMutex;
-std::vector<Received> received;
-std::atomic<int> pings;
-std::atomic<bool> receiverDone;
-
-int onRecv(char* data, sockaddr_in* from, int len)
+int onRecv(char* data, sockaddr_in*, int len)
 {
     if (len == 4 && memcmp(data, "ping", 4) == 0) {
-        pings++;
-        return 0;
+        return ++pings;  // the test's "are you listening" datagrams
     }
     bool zeros = std::all_of(data + len, data + UDPCommTool::BUFFER_SIZE, [](char c) { return c == 0; });
-    bool fromLoopback = ntohl(from->sin_addr.s_addr) == INADDR_LOOPBACK;
-    std::lock_guard<std::mutex> hold(receivedMutex);
-    received.push_back({len, std::string(data, std::min(len, 3)) + (fromLoopback ? "" : "?"), zeros});
-    if (received.size() == 3) {
-        receiverDone = true;
-        pthread_exit(nullptr);  // the loop itself never ends
-    }
-    return 0;
-}
-
-// ---- periodic sending ----
-constexpr int MAX_CYCLES = 400;
-Clock::time_point builds[MAX_CYCLES + 1];
-std::atomic<int> cycles, wantedCycles;
-std::atomic<bool> senderDone;
-
-int onBuild(char* buf, int start, int capacity)
-{
-    builds[cycles] = Clock::now();
-    buf[start] = 'x';
-    return capacity == UDPCommTool::BUFFER_SIZE ? 1 : -1;
-}
-
-int onSend(char*, int len)
-{
-    if (len != 1 || ++cycles > wantedCycles) {
-        senderDone = true;
+    seen[calls] = std::to_string(len) + " " + data[0] + (zeros ? " zeros" : "");
+    if (++calls == 3) {
+        done = true;
         pthread_exit(nullptr);
     }
     return 0;
 }
 
-// Runs a sending thread body for n cycles; the sleeps between builds in µs.
-std::vector<double> measureSleeps(void* (*body)(void*), void* param, int n)
+int onBuild(char* buf, int start, int capacity)
 {
-    cycles = 0;
-    wantedCycles = n;
-    senderDone = false;
-    EXPECT_EQ(ThreadTool::createNewThread(body, param), 1);
-    EXPECT_TRUE(waitFor(senderDone, 60000));
-    std::vector<double> sleeps;
-    for (int i = 1; i <= n && i < cycles; ++i) {
-        sleeps.push_back(std::chrono::duration<double, std::micro>(builds[i] - builds[i - 1]).count());
-    }
-    EXPECT_EQ((int)sleeps.size(), n);
-    return sleeps;
+    builds[calls] = Clock::now();
+    return start == 0 && capacity == UDPCommTool::BUFFER_SIZE ? (buf[0] = 'x', 1) : -1;
 }
 
-double mean(const std::vector<double>& v)
+int onSend(char*, int len)
 {
-    return v.empty() ? 0.0 : std::accumulate(v.begin(), v.end(), 0.0) / v.size();
+    if (len != 1 || ++calls > wanted) {
+        done = true;
+        pthread_exit(nullptr);
+    }
+    return 0;
+}
+
+// Runs a sending thread body for n cycles; returns the sleeps between builds (µs).
+std::vector<double> measureSleeps(void* (*body)(void*), void* param, int n)
+{
+    calls = 0, wanted = n, done = false;
+    EXPECT_EQ(ThreadTool::createNewThread(body, param), 1);
+    EXPECT_TRUE(waitDone(60000));
+    std::vector<double> sleeps;
+    for (int i = 1; i <= n && done; ++i) {
+        sleeps.push_back(std::chrono::duration<double, std::micro>(builds[i] - builds[i - 1]).count());
+    }
+    return sleeps;
 }
 
 }  // namespace
 
-TEST(UDPCommTool, SendFormsDeliverToLoopback)
+TEST(UDPCommTool, SendsAndListensOnLoopback)
 {
     int collector = bindLoopback(SOCK_DGRAM, 0);
-    ASSERT_GE(collector, 0);
     unsigned short port = localPort(collector);
     int own = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in to;
-    memset(&to, 0, sizeof to);
-    to.sin_family = AF_INET;
-    to.sin_port = htons(port);
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    char text[] = "datagram";
-    EXPECT_EQ(UDPCommTool::UDPSend(&to, text, 1), 1);
+    char text[] = "data";
     EXPECT_EQ(UDPCommTool::UDPSend("127.0.0.1", port, text, 2), 2);
-    EXPECT_EQ(UDPCommTool::UDPSend(own, &to, text, 3), 3);
     EXPECT_EQ(UDPCommTool::UDPSend(own, "127.0.0.1", port, text, 4), 4);
-    for (std::string expected : {"d", "da", "dat", "data"}) {
-        std::string got;
-        EXPECT_TRUE(recvDatagram(collector, &got));
-        EXPECT_EQ(got, expected);
-    }
-    close(collector);  // nobody listens now: still sent
-    EXPECT_EQ(UDPCommTool::UDPSend("127.0.0.1", port, text, 8), 8);
-    EXPECT_EQ(UDPCommTool::UDPSend("999.0.0.1", port, text, 8), -1);
-    EXPECT_EQ(UDPCommTool::UDPSend(own, "not an address", port, text, 8), -1);
-    close(own);
-}
+    EXPECT_EQ(UDPCommTool::UDPSend(own, "999.0.0.1", port, text, 4), -1);
+    std::string got;
+    EXPECT_TRUE(readChunk(collector, &got) && got == "da");
+    EXPECT_TRUE(readChunk(collector, &got) && got == "data");
+    close(collector);
+    EXPECT_EQ(UDPCommTool::UDPSend("127.0.0.1", port, text, 4), 4);  // nobody listens: still sent
 
-TEST(UDPCommTool, ListenThreadCutsAtItsBufferAndZeroesTheRest)
-{
-    constexpr unsigned short PORT = 11102;
-    UDPListenParam param;
-    param.port = PORT;
-    param.onRecv = onRecv;
+    // The listening thread cuts at its 10,000-byte buffer and zeroes the rest.
+    UDPListenParam param = {11102, onRecv};
+    calls = 0, done = false;
     ASSERT_EQ(ThreadTool::createNewThread(UDPCommTool::thr_Litsen2Port, &param), 1);
-    char ping[] = "ping";
-    for (int i = 0; i < 250 && pings == 0; ++i) {
-        UDPCommTool::UDPSend("127.0.0.1", PORT, ping, 4);  // until the thread listens
-        usleep(20000);
+    std::string ping = "ping", big(10001, 'y'), exact(10000, 'x'), small = "abc";
+    for (int i = 0; i < 250 && pings == 0; ++i, usleep(20000)) {  // until the thread listens
+        UDPCommTool::UDPSend(own, "127.0.0.1", 11102, &ping[0], 4);
     }
-    ASSERT_GT(pings, 0);
-    std::vector<char> big(10001, 'y');
-    big[9999] = 'z';
-    std::string x(10000, 'x');
-    char abc[] = "abc";
-    UDPCommTool::UDPSend("127.0.0.1", PORT, &x[0], 10000);
-    UDPCommTool::UDPSend("127.0.0.1", PORT, big.data(), 10001);
-    UDPCommTool::UDPSend("127.0.0.1", PORT, abc, 3);
-    ASSERT_TRUE(waitFor(receiverDone, 10000));
-    std::lock_guard<std::mutex> hold(receivedMutex);
-    ASSERT_EQ(received.size(), 3u);
-    EXPECT_EQ(received[0].len, 10000);
-    EXPECT_EQ(received[1].len, 10000);
-    EXPECT_EQ(received[2].len, 3);
-    EXPECT_EQ(received[2].head, "abc");
-    EXPECT_TRUE(received[2].zerosAfter);
+    for (std::string* d : {&exact, &big, &small}) {
+        UDPCommTool::UDPSend(own, "127.0.0.1", 11102, &(*d)[0], (int)d->size());
+    }
+    ASSERT_TRUE(waitDone(10000));
+    EXPECT_EQ(seen[0] + "|" + seen[1] + "|" + seen[2], "10000 x zeros|10000 y zeros|3 a zeros");
 
-    // The ended thread left its socket bound: a second listener cannot bind.
+    // That thread left its socket bound: a second listener cannot bind.
     testing::internal::CaptureStdout();
     EXPECT_EQ(UDPCommTool::thr_Litsen2Port(&param), nullptr);
     UDPRecvParam bad = {-1, onRecv};
     EXPECT_EQ(UDPCommTool::thr_RecvFromSocket(&bad), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Bind error.\nrecvfrom socket error\n");
+    close(own);
 }
 
-TEST(UDPCommTool, JitteredSleepsSpreadOverThePeriodAboveTheFloor)
+TEST(UDPCommTool, PeriodicSleepsSpreadOverThePeriodAboveTheFloor)
 {
-    struct {
-        int period, offset;
-        double r;
-        int expected;
-    } cases[] = {
-        {10000, 5000, 0.0, 5000}, {10000, 5000, 1.0, 15000}, {10000, 5000, 0.5, 10000},
-        {10000, 3, 0.9, 10002},  // 10002.4 truncated
-        {6000, 6000, 0.25, 5000}, {0, 0, 0.5, 5000}, {4999, 0, 0.5, 5000}, {-100, 0, 0.5, 5000},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(UDPCommTool::randomPeriodUs(c.period, c.offset, c.r), c.expected) << c.period << " " << c.r;
+    // period, offset, draw, sleep
+    int cases[][4] = {{10000, 5000, 0, 5000}, {10000, 5000, 100, 15000}, {10000, 3, 90, 10002},
+                      {6000, 6000, 25, 5000}, {4999, 0, 50, 5000}, {-100, 0, 50, 5000}};
+    for (auto& c : cases) {
+        EXPECT_EQ(UDPCommTool::randomPeriodUs(c[0], c[1], c[2] / 100.0), c[3]) << c[0] << " " << c[2];
     }
 
-    // A real thread over a few hundred cycles.
-    UDPRandomPeriodParam param = {10000, 5000, onBuild, onSend};
-    std::vector<double> sleeps = measureSleeps(UDPCommTool::thr_PeriodSendWithRandomTimeOffset, &param, 300);
-    ASSERT_FALSE(sleeps.empty());
-    double lo = *std::min_element(sleeps.begin(), sleeps.end());
-    double hi = *std::max_element(sleeps.begin(), sleeps.end());
-    printf("jittered sleeps over %zu cycles: min %.0f us, mean %.0f us, max %.0f us\n", sleeps.size(), lo,
-           mean(sleeps), hi);
-    EXPECT_GE(lo, 5000.0);
-    EXPECT_LT(lo, 6500.0);
-    EXPECT_GT(hi, 13500.0);
-    EXPECT_NEAR(mean(sleeps), 10000.0, 1200.0);
-}
+    UDPRandomPeriodParam jittered = {10000, 5000, onBuild, onSend};
+    std::vector<double> s = measureSleeps(UDPCommTool::thr_PeriodSendWithRandomTimeOffset, &jittered, 300);
+    ASSERT_EQ(s.size(), 300u);
+    double lo = *std::min_element(s.begin(), s.end()), hi = *std::max_element(s.begin(), s.end());
+    double mean = std::accumulate(s.begin(), s.end(), 0.0) / s.size();
+    printf("jittered sleeps, 300 cycles: min %.0f us, mean %.0f us, max %.0f us\n", lo, mean, hi);
+    EXPECT_TRUE(lo >= 5000.0 && lo < 6500.0 && hi > 13500.0) << lo << " " << hi;
+    EXPECT_NEAR(mean, 10000.0, 1500.0);
 
-TEST(UDPCommTool, PeriodsBelowTheFloorSleepTheFloor)
-{
-    for (int period : {0, 4999}) {
-        UDPPeriodParam param = {period, onBuild, onSend};
-        std::vector<double> sleeps = measureSleeps(UDPCommTool::thr_PeriodSend, &param, 40);
-        ASSERT_FALSE(sleeps.empty());
-        EXPECT_GE(*std::min_element(sleeps.begin(), sleeps.end()), 5000.0) << period;
-        EXPECT_LT(mean(sleeps), 7000.0) << period;
-    }
-    // Offsets beyond the period: about 40 % of the draws fall to the floor.
-    UDPRandomPeriodParam param = {6000, 6000, onBuild, onSend};
-    std::vector<double> sleeps = measureSleeps(UDPCommTool::thr_PeriodSendWithRandomTimeOffset, &param, 100);
-    ASSERT_FALSE(sleeps.empty());
-    EXPECT_GE(*std::min_element(sleeps.begin(), sleeps.end()), 5000.0);
-    long nearFloor = std::count_if(sleeps.begin(), sleeps.end(), [](double s) { return s < 5800.0; });
-    EXPECT_GT(nearFloor, 15);
+    UDPPeriodParam belowFloor = {0, onBuild, onSend};
+    s = measureSleeps(UDPCommTool::thr_PeriodSend, &belowFloor, 40);
+    ASSERT_EQ(s.size(), 40u);
+    EXPECT_GE(*std::min_element(s.begin(), s.end()), 5000.0);
+    EXPECT_LT(std::accumulate(s.begin(), s.end(), 0.0) / s.size(), 7000.0);
 }

@@ -15,13 +15,7 @@
 inline int bindLoopback(int type, unsigned short port)
 {
     int sock = socket(AF_INET, type, 0);
-    if (sock < 0) {
-        return -1;
-    }
-    int on = 1;
-    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in addr;
-    memset(&addr, 0, sizeof addr);
+    sockaddr_in addr = {};
     addr.sin_family = AF_INET;
     addr.sin_port = htons(port);
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -34,32 +28,26 @@ inline int bindLoopback(int type, unsigned short port)
 
 inline unsigned short localPort(int sock)
 {
-    sockaddr_in addr;
+    sockaddr_in addr = {};
     socklen_t len = sizeof addr;
     getsockname(sock, (sockaddr*)&addr, &len);
     return ntohs(addr.sin_port);
 }
 
-// True when fd becomes readable within timeoutMs.
 inline bool readableWithin(int fd, int timeoutMs)
 {
     pollfd p = {fd, POLLIN, 0};
     return poll(&p, 1, timeoutMs) == 1;
 }
 
-// The next datagram, or false when none comes within timeoutMs.
-inline bool recvDatagram(int sock, std::string* out, int timeoutMs = 5000)
+// What one read of fd gets (a datagram, a stream chunk, terminal bytes), or
+// false when nothing comes in time.
+inline bool readChunk(int fd, std::string* out, int timeoutMs = 5000)
 {
-    if (!readableWithin(sock, timeoutMs)) {
-        return false;
-    }
     char buf[65536];
-    ssize_t n = recv(sock, buf, sizeof buf, 0);
-    if (n < 0) {
-        return false;
-    }
-    out->assign(buf, (size_t)n);
-    return true;
+    ssize_t n = readableWithin(fd, timeoutMs) ? read(fd, buf, sizeof buf) : -1;
+    out->assign(buf, n > 0 ? (size_t)n : 0);
+    return n >= 0;
 }
 
 #endif
