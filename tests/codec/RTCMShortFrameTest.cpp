@@ -29,7 +29,7 @@ std::vector<int> read(const Bytes& bytes, int len)
 
 }  // namespace
 
-TEST(RTCMShortFrame, GoldenBytes)
+TEST(RTCMShortFrame, GoldenBytesAndRefusalsThatChangeNothing)
 {
     RTCMShortFrame f;
     char buf[16];
@@ -48,10 +48,7 @@ TEST(RTCMShortFrame, GoldenBytes)
         f.dataLen = len;
         EXPECT_EQ(f.serialize2ShortFrame(buf, &pos), -1);
     }
-}
 
-TEST(RTCMShortFrame, RefusalsChangeNothing)
-{
     const std::vector<int> untouched = {0, 77, 77};
     const std::pair<Bytes, int> bad[] = {
         {{0xFA, 0xFB, 0x03, 0x00, 0x00}, -1}, {{0xFA, 0xFB, 0x00, 0x00, 0x00}, 5},  // type neither 1 nor 2

@@ -1,6 +1,6 @@
 // The message ring and the totals: slot order, wrap-around, damaged index
-// and count, 64-bit byte totals, the full peer table, and logging from
-// another process. Their images are checked across ABIs in tests/abi.
+// and count, 64-bit byte totals, the full peer table. Logging from separate
+// processes is in tests/tools/ToolFrameTest.sh, the images in tests/abi.
 #include "status/CommRecordMng.h"
 
 #include <climits>
@@ -9,7 +9,6 @@
 
 #include "status/CommSumMng.h"
 #include "support/ByteImage.h"
-#include "support/ProcessHelpers.h"
 
 namespace {
 
@@ -79,28 +78,4 @@ TEST(CommSumMng, NoPeerRowIsWrittenPastTheTable)
         EXPECT_EQ(copyOf(sum->type2Bytes), 10u);
         EXPECT_EQ(Bytes(image.end() - 28, image.end()), Bytes(28, 0xCD)) << peerCount;
     }
-}
-
-// The owner holds both segments; another process logs as a writer does.
-TEST(CommRecordMng, AnotherProcessLogs)
-{
-    CommRecordMng records(77601, true);
-    CommSumMng sums(77602, true);
-    pid_t child = forkChild([] {
-        CommRecordMng r(77601, false);
-        CommSumMng s(77602, false);
-        int ok = 0;
-        for (int i = 1; i <= 3; ++i) {
-            CommInfo info = message(i == 3 ? 2 : 1, 40 + i, 1000u * i);
-            ok += r.operateSHMNotSafe(CommRecordMng::insertOneInfo2Record, &info) +
-                  s.operateSHMNotSafe(CommSumMng::addOneCommRecord, &info);
-        }
-        return ok == 6 ? 0 : 1;
-    });
-    ASSERT_EQ(waitChild(child), 0);
-    ASSERT_EQ(records.update() + sums.update(), 2);
-    EXPECT_EQ(copyOf(records.record.count), 3);
-    EXPECT_EQ(copyOf(records.record.infos[records.record.slotOfNewest(0)].peerId), 43);
-    EXPECT_EQ(copyOf(sums.sum.type1Bytes), 3000u);
-    EXPECT_EQ(copyOf(sums.sum.peerCount), 3);
 }

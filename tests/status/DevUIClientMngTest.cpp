@@ -38,15 +38,12 @@ std::string namesOf(const DevUIClientListInShm& list)
 TEST(UIClient, TextsAreCopiedOnlyWhenTheyFit)
 {
     const std::string f20(20, 'f'), f21(21, 'f'), s16(16, 's'), s17(17, 's');
-    struct {
-        const char* first;
-        const char* second;
+    const struct {
+        const char *first, *second;
         std::string wantFirst, wantSecond;
-    } cases[] = {
-        {"tablet", "driver", "tablet", "driver"}, {f20.c_str(), s16.c_str(), f20, s16},
-        {f21.c_str(), "driver", "", ""},          {nullptr, "driver", "", ""},
-        {"tablet", s17.c_str(), "tablet", ""},    {"tablet", nullptr, "tablet", ""},
-    };
+    } cases[] = {{"tablet", "driver", "tablet", "driver"}, {f20.c_str(), s16.c_str(), f20, s16},
+                 {f21.c_str(), "driver", "", ""},          {nullptr, "driver", "", ""},
+                 {"tablet", s17.c_str(), "tablet", ""},    {"tablet", nullptr, "tablet", ""}};
     for (const auto& c : cases) {
         UIClient client(c.first, c.second, PHONE);
         EXPECT_EQ(text(client.firstId, 20), c.wantFirst);
