@@ -1,0 +1,250 @@
+#include "ListCheck.h"
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "SampleIntersection.h"
+#include "SampleSignal.h"
+#include "localmap/LMNodeListMng.h"
+#include "localmap/LMRSIListMng.h"
+#include "localmap/LMTLListMng.h"
+#include "ptc/PTCListMng.h"
+#include "shm/DevConfigMng.h"
+#include "shm/TimeTool.h"
+#include "space/DevGNSSMng.h"
+#include "space/VehTraceMng.h"
+#include "status/CommRecordMng.h"
+#include "status/CommSumMng.h"
+#include "support/ProcessHelpers.h"
+
+namespace {
+
+ListCheckOptions quick()
+{
+    ListCheckOptions options;
+    options.lockWaitSeconds = 0.2;
+    return options;
+}
+
+// The segment's bytes and the semaphore's value: what the check must leave.
+struct Snapshot {
+    std::vector<char> bytes;
+    int semValue;
+    bool operator==(const Snapshot& o) const { return bytes == o.bytes && semValue == o.semValue; }
+};
+
+Snapshot snapshot(int key)
+{
+    int id = shmget(key, 0, 0);
+    struct shmid_ds ds;
+    EXPECT_EQ(shmctl(id, IPC_STAT, &ds), 0);
+    char* addr = (char*)shmat(id, nullptr, SHM_RDONLY);
+    Snapshot s{std::vector<char>(addr, addr + ds.shm_segsz), semctl(semget(key, 0, 0), 0, GETVAL)};
+    shmdt(addr);
+    return s;
+}
+
+// Runs fn on the list's segment attached read-write, as a stray writer would.
+void damage(int key, const std::function<void(char*)>& fn)
+{
+    char* addr = (char*)shmat(shmget(key, 0, 0), nullptr, 0);
+    ASSERT_NE(addr, (char*)-1);
+    fn(addr);
+    shmdt(addr);
+}
+
+void put32(char* at, int32_t v) { memcpy(at, &v, sizeof v); }
+
+// Owners of the lists with something to check, filled as their writers fill
+// them; destroying it removes every segment.
+struct Unit {
+    DevConfigMng config{true};
+    DevGNSSMng gnss{true};
+    PTCListMng ptc{true};
+    VehTraceMng trace{true};
+    LMNodeListMng map{true};
+    LMTLListMng lights{true};
+    LMRSIListMng rsi{true};
+    CommRecordMng comm{77601, true};
+    CommSumMng commSum{77602, true};
+
+    Unit()
+    {
+        for (const char* key : {"radio.channel", "device.id", "log.level"}) {
+            int32_t value = 7;
+            config.insertConfig(key, ConfigInfo::FOUR_BYTES, &value);
+        }
+        config.commit();
+        gnss.gnss.refreshTime();
+        gnss.commit();
+        for (int i = 0; i < 3; ++i) {
+            GNSS fix;
+            fix.refreshTime();
+            trace.operateSHMNotSafe(VehTraceMng::insertOneGNSS2Trace, &fix);
+        }
+        for (LMNodeExtend node : SampleIntersection::nodes()) {
+            node.refreshTime();
+            map.nodes[node.nodeId] = node;
+        }
+        map.commit();
+        for (LMTrafficLightExtend light : SampleSignal::lights()) {
+            light.refreshTime();
+            lights.lights[light.id] = light;
+        }
+        lights.commit();
+        for (LMRSIExtend record : SampleSignal::rsiRecords()) {
+            record.refreshTime();
+            rsi.records.push_back(record);
+        }
+        rsi.commit();
+        for (int32_t peer : {10, 20, 10}) {
+            CommInfo info;
+            info.commType = peer == 10 ? 1 : 2;
+            info.peerId = peer;
+            info.length = 40;
+            info.refreshTime();
+            comm.operateSHMNotSafe(CommRecordMng::insertOneInfo2Record, &info);
+            commSum.operateSHMNotSafe(CommSumMng::addOneCommRecord, &info);
+        }
+    }
+};
+
+bool mentions(const ListCheckResult& r, const std::string& text)
+{
+    for (const std::string& p : r.problems) {
+        if (p.find(text) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Where the second of the light list's records starts: the count, then the first image.
+int secondLightAt()
+{
+    return 4 + SampleSignal::lights()[0].flatSize();
+}
+
+}  // namespace
+
+TEST(ListCheck, CleanListsAreConsistentAbsentOnesAreNoFault)
+{
+    ListCheckResult before = checkList("config", 0, quick());
+    EXPECT_EQ(before.verdict, ListCheckResult::ABSENT);
+    EXPECT_EQ(checkExitCode({before}), 0);
+
+    Unit unit;
+    // The participant lists accept one record past their array.
+    damage(PTCListMng::SHM_KEY, [](char* seg) { put32(seg, PTCListMng::CAPACITY + 1); });
+    std::vector<ListCheckResult> all = checkLists({}, quick());
+    ASSERT_EQ(all.size(), checkedListNames().size());
+    for (const ListCheckResult& r : all) {
+        EXPECT_NE(r.verdict, ListCheckResult::DAMAGED) << r.name << ": " << (r.problems.empty() ? "" : r.problems[0]);
+        if (r.present) {
+            EXPECT_TRUE(r.locked) << r.name;
+            EXPECT_EQ(r.semValue, 1) << r.name;
+            EXPECT_EQ(r.sizeFound, r.sizeExpected) << r.name;
+        }
+    }
+    EXPECT_EQ(checkExitCode(all), 0);
+    EXPECT_EQ(checkList("lights", 0, quick()).figures[0], std::make_pair(std::string("count"), 2LL));
+}
+
+TEST(ListCheck, EachDamageIsReportedAndNothingIsWritten)
+{
+    struct Case {
+        const char* list;
+        int key;
+        std::function<void(char*)> harm;
+        const char* reported;
+    };
+    const double future = TimeTool::getPreciseTimeNow() + 3600.0;
+    const std::vector<Case> cases = {
+        {"config", DevConfigMng::SHM_KEY, [](char* s) { put32(s, 129); }, "count 129 outside 0..128"},
+        {"ptc", PTCListMng::SHM_KEY, [](char* s) { put32(s, PTCListMng::CAPACITY + 2); }, "outside 0..257"},
+        {"config", DevConfigMng::SHM_KEY,
+         [](char* s) {
+             char first[sizeof(ConfigInfo)];
+             memcpy(first, s + 4, sizeof first);
+             memmove(s + 4, s + 4 + sizeof first, sizeof first);
+             memcpy(s + 4 + sizeof first, first, sizeof first);
+         },
+         "not strictly ascending at entry 1"},
+        {"gnss", DevGNSSMng::SHM_KEY, [future](char* s) { memcpy(s, &future, sizeof future); }, "in the future"},
+        {"lights", LMTLListMng::SHM_KEY, [](char* s) { put32(s, 3); }, "record 2 is zero fill"},
+        // A writer killed halfway through the second light: zeros after the cut.
+        {"lights", LMTLListMng::SHM_KEY, [](char* s) { memset(s + secondLightAt() + 40, 0, 4096); },
+         "record 1 at byte"},
+        {"map", LMNodeListMng::SHM_KEY,
+         [](char* s) {
+             int32_t count = 1;  // the second node left as data after the count
+             memcpy(s, &count, sizeof count);
+         },
+         "data after the last of 1 records"},
+        {"rsi", LMRSIListMng::SHM_KEY, [future](char* s) { memcpy(s + 4, &future, sizeof future); },
+         "1 refresh time(s) in the future (first at record 0"},
+        {"trace", VehTraceMng::SHM_KEY, [](char* s) { put32(s, VehTrace::CAPACITY); }, "index 500 outside"},
+        {"comm", 77601, [](char* s) { put32(s, -1); }, "latestIndex -1 outside"},
+        {"commsum", 77602, [](char* s) { put32(s, 1); }, "type 1 totals differ"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.reported);
+        Unit unit;
+        damage(c.key, c.harm);
+        Snapshot before = snapshot(c.key);
+        ListCheckResult r = checkList(c.list, 0, quick());
+        EXPECT_EQ(r.verdict, ListCheckResult::DAMAGED);
+        EXPECT_TRUE(mentions(r, c.reported)) << (r.problems.empty() ? "no problem" : r.problems[0]);
+        EXPECT_EQ(checkExitCode({r}), 1);
+        EXPECT_TRUE(snapshot(c.key) == before);
+    }
+}
+
+TEST(ListCheck, LockHolderIsReportedAliveOrDead)
+{
+    for (bool alive : {false, true}) {
+        SCOPED_TRACE(alive ? "alive" : "dead");
+        DevConfigMng owner(true);
+        Signal locked, done;
+        pid_t child = forkChild([&] {
+            // Without SEM_UNDO: the lock stays taken after the child exits.
+            struct sembuf op = {0, -1, 0};
+            if (semop(semget(DevConfigMng::SHM_KEY, 0, 0), &op, 1) != 0) {
+                return 1;
+            }
+            locked.post();
+            return alive && !done.wait() ? 2 : 0;
+        });
+        ASSERT_TRUE(locked.wait());
+        if (!alive) {
+            ASSERT_EQ(waitChild(child), 0);
+        }
+        Snapshot before = snapshot(DevConfigMng::SHM_KEY);
+        ListCheckResult r = checkList("config", 0, quick());
+        EXPECT_EQ(r.verdict, ListCheckResult::DAMAGED);
+        EXPECT_FALSE(r.locked);
+        EXPECT_EQ(r.semValue, 0);
+        EXPECT_EQ(r.holderPid, child);
+        EXPECT_EQ(r.holderAlive, alive);
+        EXPECT_TRUE(mentions(r, alive ? "(alive)" : "(dead)"));
+        EXPECT_TRUE(snapshot(DevConfigMng::SHM_KEY) == before);
+        if (alive) {
+            done.post();
+            EXPECT_EQ(waitChild(child), 0);
+        }
+    }
+    // A list attached before any owner started: its semaphore was never set.
+    DevConfigMng early(false);
+    ListCheckResult r = checkList("config", 0, quick());
+    EXPECT_FALSE(r.semInitialised);
+    EXPECT_TRUE(mentions(r, "never initialised"));
+    semctl(semget(DevConfigMng::SHM_KEY, 0, 0), 0, IPC_RMID);
+    shmctl(shmget(DevConfigMng::SHM_KEY, 0, 0), IPC_RMID, nullptr);
+}
