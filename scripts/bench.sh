@@ -47,6 +47,10 @@ PAIRS = [
     ("ptc refresh in 256 / semop+memcmp scan", "BM_PtcRefreshInFullList", "BM_PtcRefreshFloor"),
     ("ptc update (256) / locked memcpy",       "BM_PtcUpdateFullList", "BM_PtcUpdateLockedFloor"),
     ("ptc update (256) / bare memcpy",         "BM_PtcUpdateFullList", "BM_PtcUpdateFloor"),
+    ("64 lights insert / memcpy",              "BM_TLInsertUpdateList/0", "BM_TLInsertFloor"),
+    ("64 lights insert, 64 kept / memcpy",     "BM_TLInsertUpdateList/1", "BM_TLInsertFloor"),
+    ("64 lights insert / their Obj2Buff alone", "BM_TLInsertUpdateList/0", "BM_TLEncodeFloor"),
+    ("RSI update (512 KiB) / memcpy",          "BM_RSIUpdate", "BM_RSIUpdateFloor"),
 ]
 medians = {}
 for b in json.load(open(sys.argv[1]))["benchmarks"]:

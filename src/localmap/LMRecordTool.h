@@ -127,9 +127,9 @@ public:
         if (*pos < 0 || end - *pos < (int)sizeof(Base)) {
             return false;
         }
-        Base image;
-        memcpy(&image, buf + *pos, sizeof(Base));
-        *rec = image;
+        // Straight into the Base part: no temporary to construct, and no
+        // member-wise assignment of a packed record.
+        memcpy(static_cast<void*>(rec), buf + *pos, sizeof(Base));
         *pos += (int)sizeof(Base);
         return true;
     }

@@ -1,11 +1,13 @@
 #include "localmap/LMTLListMng.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <exception>
-#include <iterator>
 
 #include "codec/SerializeTool.h"
 #include "localmap/LMRecordTool.h"
+#include "shm/TimeTool.h"
 
 LMTLListMng::LMTLListMng(bool isOwner) : IF_SHM(SHM_KEY, SHM_SIZE, isOwner) {}
 
@@ -92,6 +94,121 @@ int LMTLListMng::update()
     }
 }
 
+namespace {
+
+// Where one stored light's flattened image lies in the segment.
+struct StoredLight {
+    int64_t id;
+    int at;
+    int size;
+};
+
+// Bytes of the light image at image[pos, limit), walked through its counts
+// without decoding it, or -1 when it would reach past limit.
+int lightImageSize(const char* image, int pos, int limit)
+{
+    long long p = (long long)pos + (long long)sizeof(LMTrafficLightBase);
+    uint32_t phases = 0;
+    if (limit - p < (long long)sizeof phases) {
+        return -1;
+    }
+    memcpy(&phases, image + p, sizeof phases);
+    p += (long long)sizeof phases;
+    for (uint32_t i = 0; i < phases; ++i) {
+        p += (long long)sizeof(LMPhaseBase);
+        uint32_t states = 0;
+        if (limit - p < (long long)sizeof states) {
+            return -1;
+        }
+        memcpy(&states, image + p, sizeof states);
+        p += (long long)sizeof states + (long long)states * (long long)sizeof(LMPhaseStateBase);
+        if (p > limit) {
+            return -1;
+        }
+    }
+    return (int)(p - pos);
+}
+
+// The stored lights that stay, in key order (for a key stored twice, the
+// later image, as decoding keeps it), and where the list ends. Lights that
+// stay are moved as their bytes: decoding them into maps and writing them
+// again would give the same bytes at many times the cost. False when a
+// light runs past the segment.
+template <typename Keep>
+bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, int* end)
+{
+    int32_t count = 0;
+    memcpy(&count, image, sizeof count);
+    int pos = (int)sizeof count;
+    std::vector<StoredLight> stored;
+    for (int32_t i = 0; i < count && pos < LMTLListMng::SHM_SIZE; ++i) {
+        // A writer that died halfway may have left a count or a light that
+        // runs past the segment: never read beyond it.
+        int size = lightImageSize(image, pos, LMTLListMng::SHM_SIZE);
+        if (size < 0) {
+            return false;
+        }
+        int64_t id = 0;
+        memcpy(&id, image + pos + offsetof(LMTrafficLightBase, id), sizeof id);
+        stored.push_back({id, pos, size});
+        pos += size;
+    }
+    *end = pos;
+    std::stable_sort(stored.begin(), stored.end(),
+                     [](const StoredLight& a, const StoredLight& b) { return a.id < b.id; });
+    out->clear();
+    for (size_t i = 0; i < stored.size(); ++i) {
+        bool later = i + 1 < stored.size() && stored[i + 1].id == stored[i].id;
+        if (!later && keep(image, stored[i])) {
+            out->push_back(stored[i]);
+        }
+    }
+    return true;
+}
+
+// Rewrites the image as the kept lights' bytes, then `received` in key
+// order, and zeroes what the old list left up to oldEnd. 1, or -1 with the
+// image untouched when the result exceeds the segment.
+int rewriteImage(char* image, const std::vector<StoredLight>& kept, int oldEnd,
+                 const std::map<int64_t, LMTrafficLightExtend>& received)
+{
+    long long total = 4;
+    for (const StoredLight& light : kept) {
+        total += light.size;
+    }
+    long long keptBytes = total - 4;
+    for (const auto& entry : received) {
+        total += entry.second.flatSize();
+    }
+    if (total > LMTLListMng::SHM_SIZE) {
+        return -1;
+    }
+    // The kept images may lie anywhere in the old list: gather them first.
+    std::vector<char> gathered((size_t)keptBytes);
+    size_t at = 0;
+    for (const StoredLight& light : kept) {
+        memcpy(gathered.data() + at, image + light.at, (size_t)light.size);
+        at += (size_t)light.size;
+    }
+    int32_t count = (int32_t)(kept.size() + received.size());
+    memcpy(image, &count, sizeof count);
+    if (keptBytes > 0) {
+        memcpy(image + sizeof count, gathered.data(), gathered.size());
+    }
+    int pos = (int)(sizeof count + gathered.size());
+    for (const auto& entry : received) {
+        if (entry.second.Obj2Buff(image, &pos) < 0) {
+            return -1;
+        }
+    }
+    if (oldEnd > pos) {
+        memset(image + pos, 0, (size_t)(oldEnd - pos));
+    }
+    return 1;
+}
+
+}  // namespace
+
 int LMTLListMng::insertUpdateList(void* image, void* incoming)
 {
     if (image == nullptr || incoming == nullptr) {
@@ -99,16 +216,17 @@ int LMTLListMng::insertUpdateList(void* image, void* incoming)
     }
     auto* received = static_cast<LightMap*>(incoming);
     try {
-        LightMap kept;
+        std::vector<StoredLight> kept;
         int end = 0;
-        if (decodeImage(static_cast<const char*>(image), &kept, &end) < 0) {
+        auto notReceived = [received](const char*, const StoredLight& light) { return received->count(light.id) == 0; };
+        if (!lightsToKeep(static_cast<const char*>(image), notReceived, &kept, &end)) {
             return -1;
         }
+        double now = TimeTool::getPreciseTimeNow();
         for (auto& entry : *received) {
-            kept.erase(entry.first);
-            entry.second.refreshTime();
+            entry.second.latestRefreshTime = now;
         }
-        return encodeImage(static_cast<char*>(image), kept, *received, end);
+        return rewriteImage(static_cast<char*>(image), kept, end, *received);
     } catch (const std::exception&) {
         return -1;
     }
@@ -120,15 +238,17 @@ int LMTLListMng::refreshList(void* image, void*)
         return -1;
     }
     try {
-        LightMap kept;
+        std::vector<StoredLight> kept;
         int end = 0;
-        if (decodeImage(static_cast<const char*>(image), &kept, &end) < 0) {
+        auto fresh = [](const char* img, const StoredLight& light) {
+            IF_Refreshable stamp;
+            memcpy(&stamp, img + light.at, sizeof stamp);
+            return !stamp.isPreciseOverTime(LIGHT_MAX_AGE);
+        };
+        if (!lightsToKeep(static_cast<const char*>(image), fresh, &kept, &end)) {
             return -1;
         }
-        for (auto it = kept.begin(); it != kept.end();) {
-            it = it->second.isPreciseOverTime(LIGHT_MAX_AGE) ? kept.erase(it) : std::next(it);
-        }
-        return encodeImage(static_cast<char*>(image), kept, LightMap(), end);
+        return rewriteImage(static_cast<char*>(image), kept, end, LightMap());
     } catch (const std::exception&) {
         return -1;
     }
