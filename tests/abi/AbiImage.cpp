@@ -20,6 +20,10 @@
 
 #include <sys/shm.h>
 
+#include "localmap/LMRSIListMng.h"
+#include "localmap/LMRSIResMng.h"
+#include "localmap/LMTLListMng.h"
+#include "localmap/LMTLPhaseResMng.h"
 #include "ptc/OBU.h"
 #include "ptc/PTC.h"
 #include "ptc/TgtCollisionMng.h"
@@ -351,6 +355,144 @@ bool statusImagesMatch()
     return ok;
 }
 
+// ---- the light list, the RSI list and their result lists -------------------
+// Floats by their bits: 12.5, -1.0 (no time given), 3.0, 0.25.
+constexpr uint32_t F12_5 = 0x41480000, F_NONE = 0xBF800000, F3 = 0x40400000, F0_25 = 0x3E800000;
+
+float floatOf(uint32_t bits)
+{
+    float f;
+    memcpy(&f, &bits, sizeof f);
+    return f;
+}
+
+// Two lights given in reverse key order; the first has a phase with two
+// states and a phase with none, the second no phase at all.
+bool fillSignalLists(LMTLListMng* lights, LMRSIListMng* rsi, LMTLPhaseResMng* phases, LMRSIResMng* results)
+{
+    LMTrafficLightExtend light;
+    light.latestRefreshTime = doubleOf(STAMP);
+    light.id = -2;
+    light.status[0] = 0xA5, light.status[1] = 0x5A, light.timeStamp = -300, light.timeConfidence = 9;
+    LMPhaseExtend& phase = light.phases[7];
+    phase.phaseID = 7, phase.phaseAttr = 0x81;
+    for (uint8_t code : {6, 3}) {
+        LMPhaseStateBase& state = phase.phaseStates[code];
+        state.light = code;
+        state.startTime = floatOf(code == 3 ? F12_5 : F3);
+        state.likelyEndTime = floatOf(F0_25);
+        state.timeConfidence = code;
+    }
+    light.phases[1].phaseID = 1;
+    lights->lights[light.id] = light;
+    LMTrafficLightExtend empty;
+    empty.id = 0x0102030405060708;
+    lights->lights[empty.id] = empty;
+
+    LMRSIExtend rec;
+    rec.latestRefreshTime = doubleOf(STAMP);
+    rec.position.longitude = doubleOf(LON), rec.position.latitude = doubleOf(LAT), rec.position.altitude = doubleOf(ALT);
+    rec.infoID = -5, rec.attrInt = INT32_MIN, rec.attrShort = 0x1234, rec.attrByte = 0xEE;
+    rec.attrFloat = floatOf(F12_5);
+    memcpy(rec.sourceID, SECOND_16, 16);
+    memcpy(rec.text, "road works", 10);
+    rec.points.resize(2);
+    rec.points[0].latHemisphere = 'S', rec.points[0].longitude = doubleOf(LON), rec.points[0].dis2End = doubleOf(ALT);
+    rec.points[1].latitude = doubleOf(LAT);
+    rsi->records = {rec, LMRSIExtend()};
+
+    LMTLPhaseRes phaseRes;
+    phaseRes.latestRefreshTime = doubleOf(STAMP);
+    phaseRes.valueInt = -1, phaseRes.valueByte1 = 6, phaseRes.valueByte2 = 7;
+    memcpy(phaseRes.valueBytes1, "12345678", 8);
+    phaseRes.valueBytes2[7] = 0xFF;
+    phases->phaseResults = {phaseRes, phaseRes};
+    LMRSIRes rsiRes;
+    rsiRes.latestRefreshTime = doubleOf(STAMP);
+    rsiRes.valueByte1 = 1, rsiRes.valueByte2 = 2;
+    memset(rsiRes.text, 'x', sizeof rsiRes.text);  // no terminator
+    results->rsiResults = {rsiRes};
+    return lights->commit() == 1 && rsi->commit() == 1 && phases->commit() == 1 && results->commit() == 1;
+}
+
+// count, then each light in key order: stamp, id, status[2], timeStamp,
+// timeConfidence, phase count, and each phase (phaseID, phaseAttr, state
+// count, states of light, six times as floats and a confidence) by phaseID.
+std::vector<uint8_t> expectedLightImage()
+{
+    Image img;
+    img.le(2, 4).le(STAMP, 8).le((uint64_t)-2, 8).le(0x5AA5, 2).le((uint16_t)-300, 2).le(9, 1).le(2, 4);
+    img.le(1, 1).le(0, 1).le(0, 4);
+    img.le(7, 1).le(0x81, 1).le(2, 4);
+    for (uint8_t code : {3, 6}) {
+        img.le(code, 1).le(code == 3 ? F12_5 : F3, 4).le(F_NONE, 4).le(F_NONE, 4).le(F0_25, 4).le(code, 1);
+        img.le(F_NONE, 4).le(F_NONE, 4);
+    }
+    img.le(0, 8).le(0x0102030405060708, 8).le(0, 5).le(0, 4);
+    img.bytes.resize(LMTLListMng::SHM_SIZE, 0);
+    return img.bytes;
+}
+
+// count, then each record in order: stamp, position, infoID, sourceID[16],
+// attrInt, attrShort, text[256], attrByte, attrFloat, point count, points.
+std::vector<uint8_t> expectedRSIImage()
+{
+    Image img;
+    img.le(2, 4).le(STAMP, 8).le('N', 1).le('E', 1).le(LON, 8).le(LAT, 8).le(ALT, 8).le((uint16_t)-5, 2);
+    img.raw(SECOND_16, 16, 16).le(0x80000000u, 4).le(0x1234, 2).raw("road works", 10, 256).le(0xEE, 1);
+    img.le(F12_5, 4).le(2, 4);
+    img.le('S', 1).le('E', 1).le(LON, 8).le(0, 8).le(0, 8).le(ALT, 8);
+    img.le('N', 1).le('E', 1).le(0, 8).le(LAT, 8).le(0, 8).le(0, 8);
+    img.le(0, 8).le('N', 1).le('E', 1).raw("", 0, 24 + 2 + 16 + 4 + 2 + 256 + 1 + 4).le(0, 4);
+    img.bytes.resize(LMRSIListMng::SHM_SIZE, 0);
+    return img.bytes;
+}
+
+// count, then 16 records of stamp, valueInt, two bytes, two 8-byte fields.
+std::vector<uint8_t> expectedPhaseResImage()
+{
+    Image img;
+    img.le(2, 4);
+    for (int i = 0; i < 2; ++i) {
+        img.le(STAMP, 8).le(0xFFFFFFFFu, 4).le(0x0706, 2).raw("12345678", 8, 8).le(0xFF00000000000000ull, 8);
+    }
+    img.bytes.resize(LMTLPhaseResMng::SHM_SIZE, 0);
+    return img.bytes;
+}
+
+// count, then 32 records of stamp, two bytes, text[256].
+std::vector<uint8_t> expectedRSIResImage()
+{
+    Image img;
+    img.le(1, 4).le(STAMP, 8).le(0x0201, 2).raw(std::string(256, 'x').data(), 256, 256);
+    img.bytes.resize(LMRSIResMng::SHM_SIZE, 0);
+    return img.bytes;
+}
+
+bool signalImagesMatch()
+{
+    LMTLListMng lights(false);
+    LMRSIListMng rsi(false);
+    LMTLPhaseResMng phases(false);
+    LMRSIResMng results(false);
+    const std::pair<IF_SHM*, std::vector<uint8_t>> lists[] = {{&lights, expectedLightImage()},
+                                                              {&rsi, expectedRSIImage()},
+                                                              {&phases, expectedPhaseResImage()},
+                                                              {&results, expectedRSIResImage()}};
+    const char* names[] = {"light list", "rsi list", "phase results", "rsi results"};
+    bool ok = true;
+    for (int i = 0; i < 4; ++i) {
+        std::vector<uint8_t> image(lists[i].second.size());
+        ok = lists[i].first->updateFromSHM(image.data(), (int)image.size()) == 1 &&
+             sameImage(names[i], image, lists[i].second) && ok;
+    }
+    // And read back through the lists' own decoders.
+    ok = lights.update() == 1 && lights.lights.size() == 2 && lights.lights.at(-2).phases.at(7).phaseStates.size() == 2 &&
+         rsi.update() == 1 && rsi.records.size() == 2 && rsi.records[0].points.size() == 2 && ok;
+    printf("signal lists: %s through their decoders\n", ok ? "read" : "NOT read");
+    return ok;
+}
+
 // A list with no manager of its own: the records image under a spare key.
 class RawImageMng : public IF_SHM {
 public:
@@ -401,7 +543,8 @@ bool configValuesMatch(DevConfigMng* mng)
 int readAndCheck()
 {
     for (int key : {DevConfigMng::SHM_KEY, RECORDS_KEY, DevUIClientMng::SHM_KEY, COMM_RECORD_KEY, COMM_SUM_KEY,
-                    PTC_RECORDS_KEY, TgtCollisionMng::SHM_KEY}) {
+                    PTC_RECORDS_KEY, TgtCollisionMng::SHM_KEY, LMTLListMng::SHM_KEY, LMRSIListMng::SHM_KEY,
+                    LMTLPhaseResMng::SHM_KEY, LMRSIResMng::SHM_KEY}) {
         if (shmget(key, 0, 0) < 0) {
             fprintf(stderr, "no list image under key %d: start the writer first\n", key);
             return 2;
@@ -426,6 +569,7 @@ int readAndCheck()
     image.assign(TgtCollisionMng::SHM_SIZE, 0);
     ok = collisions.updateFromSHM(image.data(), (int)image.size()) == 1 &&
          sameImage("collision list", image, expectedCollisionImage()) && ok;
+    ok = signalImagesMatch() && ok;
     return ok ? 0 : 1;
 }
 
@@ -461,6 +605,14 @@ int writeAndHold()
     if (config.commit() != 1 || records.commit2SHM(&filled, sizeof filled) != 1 ||
         participants.commit2SHM(&filledPtc, sizeof filledPtc) != 1 || collisions.commit() != 1) {
         fprintf(stderr, "cannot write the list images\n");
+        return 1;
+    }
+    LMTLListMng lights(true);
+    LMRSIListMng rsi(true);
+    LMTLPhaseResMng phaseResults(true);
+    LMRSIResMng rsiResults(true);
+    if (!fillSignalLists(&lights, &rsi, &phaseResults, &rsiResults)) {
+        fprintf(stderr, "cannot write the signal lists\n");
         return 1;
     }
     printf("ready (%s)\n", ABI);
