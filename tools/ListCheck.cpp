@@ -406,19 +406,20 @@ void sleepMs(int ms)
 }
 
 // Takes the lock without blocking, retried until `seconds` have passed.
-bool takeLock(int semId, double seconds)
+// 0 when taken, EAGAIN when still held at the deadline, or semop's error.
+int takeLock(int semId, double seconds)
 {
     double deadline = TimeTool::getPreciseTimeNow() + seconds;
     struct sembuf op = {0, -1, (short)(IPC_NOWAIT | SEM_UNDO)};
     for (;;) {
         if (semop(semId, &op, 1) == 0) {
-            return true;
+            return 0;
         }
         if (errno != EAGAIN && errno != EINTR) {
-            return false;
+            return errno;
         }
         if (TimeTool::getPreciseTimeNow() >= deadline) {
-            return false;
+            return EAGAIN;
         }
         sleepMs(10);
     }
@@ -516,25 +517,31 @@ ListCheckResult checkList(const std::string& name, int key, const ListCheckOptio
     r.sizeFound = (long)shmDs.shm_segsz;
 
     int semId = probeSem(r.key, r);
+    int lockError = 0;
     if (semId == -1) {
         r.problems.push_back("no semaphore");
     } else if (!r.semInitialised) {
         r.problems.push_back("semaphore never initialised (no owner)");
     } else {
-        r.locked = takeLock(semId, options.lockWaitSeconds);
+        lockError = takeLock(semId, options.lockWaitSeconds);
+        r.locked = lockError == 0;
     }
 
     std::vector<char> copy;
     bool copied = copySegment(shmId, r.sizeFound, spec->reach, &copy);
     if (r.locked) {
         giveLock(semId);
-    } else if (semId != -1 && r.semInitialised) {
+    } else if (lockError == EAGAIN) {
+        // The last process to operate on the semaphore is the one that took it.
         int pid = semctl(semId, 0, GETPID);
         r.holderPid = pid > 0 ? pid : 0;
         r.holderAlive = pid > 0 && (kill(pid, 0) == 0 || errno == EPERM);
-        r.problems.push_back("lock held for over " + std::to_string((int)options.lockWaitSeconds) +
-                             " s by pid " + std::to_string(r.holderPid) +
-                             (r.holderAlive ? " (alive)" : " (dead)") + "; read without it");
+        char text[160];
+        snprintf(text, sizeof text, "lock held for over %.1f s by pid %d (%s); read without it",
+                 options.lockWaitSeconds, r.holderPid, r.holderAlive ? "alive" : "dead");
+        r.problems.push_back(text);
+    } else if (lockError != 0) {
+        r.problems.push_back(std::string("lock can not be taken (") + strerror(lockError) + "); read without it");
     }
 
     if (r.sizeFound != spec->size) {
