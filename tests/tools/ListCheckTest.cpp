@@ -81,12 +81,12 @@ struct Unit {
         }
         for (LMNodeExtend node : SampleIntersection::nodes()) {
             node.refreshTime();
-            map.nodes[node.nodeId] = node;
+            map.nodes[(int64_t)node.nodeId] = node;  // a copy: the field is packed
         }
         map.commit();
         for (LMTrafficLightExtend light : SampleSignal::lights()) {
             light.refreshTime();
-            lights.lights[light.id] = light;
+            lights.lights[(int64_t)light.id] = light;
         }
         lights.commit();
         for (LMRSIExtend record : SampleSignal::rsiRecords()) {
