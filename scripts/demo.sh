@@ -21,7 +21,8 @@ BUILD="${V2XSHM_BUILD_DIR:-$ROOT/build/host}"
 # --- Set-up, outside the namespace: packages, configure, build the tool.
 setup() {
     local need=() pkg
-    for pkg in cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev util-linux; do
+    for pkg in cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev \
+               util-linux; do
         dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg")
     done
     if [ ${#need[@]} -gt 0 ]; then

@@ -69,6 +69,7 @@ BASE_PACKAGES=(
     libgtest-dev:/usr/include/gtest/gtest.h libgmock-dev:/usr/include/gmock/gmock.h
     googletest:/usr/src/googletest/CMakeLists.txt
     libbenchmark-dev:/usr/include/benchmark/benchmark.h
+    libcli11-dev:/usr/include/CLI/CLI.hpp nlohmann-json3-dev:/usr/include/nlohmann/json.hpp
     clang:clang++ libclang-rt-dev:have_fuzzer_runtime
 )
 ARM_PACKAGES=(g++-arm-linux-gnueabihf:arm-linux-gnueabihf-g++ qemu-user:qemu-arm)

@@ -1,4 +1,5 @@
-// v2xshm owner [LIST...]: create and own lists until SIGINT or SIGTERM.
+// v2xshm owner [LIST...] [--except LIST]...: create and own lists until
+// SIGINT or SIGTERM.
 #include "Commands.h"
 
 #include <algorithm>
@@ -40,21 +41,19 @@ std::string joinNames(const std::vector<const ListInfo*>& lists)
     return out;
 }
 
-std::string jsonNames(const std::vector<const ListInfo*>& lists)
+Json jsonNames(const std::vector<const ListInfo*>& lists)
 {
-    std::string out = "[";
-    for (size_t i = 0; i < lists.size(); ++i) {
-        out += (i ? "," : "") + jsonString(lists[i]->name);
+    Json names = Json::array();
+    for (const ListInfo* list : lists) {
+        names.push_back(list->name);
     }
-    return out + "]";
+    return names;
 }
 
-}  // namespace
-
-int cmdOwner(const ToolArgs& args)
+// The lists called `names`, each once, in the order given.
+int findLists(const std::vector<std::string>& names, std::vector<const ListInfo*>* out)
 {
-    std::vector<const ListInfo*> lists;
-    for (const std::string& name : args.words) {
+    for (const std::string& name : names) {
         const ListInfo* list = findList(name);
         if (list == nullptr) {
             std::string known;
@@ -63,14 +62,38 @@ int cmdOwner(const ToolArgs& args)
             }
             return usageError("unknown list: " + name + " (known:" + known + ")");
         }
-        if (std::find(lists.begin(), lists.end(), list) == lists.end()) {
-            lists.push_back(list);
+        if (std::find(out->begin(), out->end(), list) == out->end()) {
+            out->push_back(list);
         }
+    }
+    return EXIT_OK;
+}
+
+}  // namespace
+
+int cmdOwner(const std::vector<std::string>& names, const std::vector<std::string>& exceptNames, bool json)
+{
+    std::vector<const ListInfo*> lists, except;
+    int bad = findLists(names, &lists);
+    if (bad == EXIT_OK) {
+        bad = findLists(exceptNames, &except);
+    }
+    if (bad != EXIT_OK) {
+        return bad;
     }
     if (lists.empty()) {
         for (const ListInfo& list : knownLists()) {
             lists.push_back(&list);
         }
+    }
+    // Another process owns these on this unit.
+    lists.erase(std::remove_if(lists.begin(), lists.end(),
+                               [&](const ListInfo* list) {
+                                   return std::find(except.begin(), except.end(), list) != except.end();
+                               }),
+                lists.end());
+    if (lists.empty()) {
+        return usageError("no list left to own");
     }
     for (const ListInfo* list : lists) {
         int rc = checkFreeToOwn(*list);
@@ -100,8 +123,8 @@ int cmdOwner(const ToolArgs& args)
         }
     }
 
-    if (args.json) {
-        std::cout << "{\"owning\":" << jsonNames(lists) << ",\"pid\":" << getpid() << "}" << std::endl;
+    if (json) {
+        printJson({{"owning", jsonNames(lists)}, {"pid", getpid()}});
     } else {
         std::cout << "owning " << joinNames(lists) << " (pid " << getpid() << ")" << std::endl;
     }
@@ -121,8 +144,8 @@ int cmdOwner(const ToolArgs& args)
             shmctl(0, IPC_RMID, nullptr);
         }
     }
-    if (args.json) {
-        std::cout << "{\"released\":" << jsonNames(lists) << "}" << std::endl;
+    if (json) {
+        printJson({{"released", jsonNames(lists)}});
     } else {
         std::cout << "released " << joinNames(lists) << std::endl;
     }

@@ -25,28 +25,6 @@ namespace {
 constexpr double DEFAULT_STALE_S = 90.0;  // three missed feeds
 constexpr int FEED_PERIOD_S = 30;         // as the library's feeding thread
 
-bool parseSeconds(const std::string& text, double* out)
-{
-    char* end = nullptr;
-    double value = strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || !(value >= 0.0) || value > 1e9) {
-        return false;
-    }
-    *out = value;
-    return true;
-}
-
-bool parseCount(const std::string& text, long* out)
-{
-    char* end = nullptr;
-    long value = strtol(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || value < 1 || value > 1000000000L) {
-        return false;
-    }
-    *out = value;
-    return true;
-}
-
 std::string textOf(const char* field)
 {
     return std::string(field, strnlen(field, ProcInfo::TEXT_LEN));
@@ -83,18 +61,8 @@ void catchStopSignals()
     sigaction(SIGTERM, &action, nullptr);
 }
 
-int showProcs(const ToolArgs& args)
+int showProcs(double staleS, bool json)
 {
-    double staleS = DEFAULT_STALE_S;
-    for (size_t i = 0; i < args.words.size(); ++i) {
-        if (args.words[i] == "--stale" && i + 1 < args.words.size()) {
-            if (!parseSeconds(args.words[++i], &staleS)) {
-                return usageError("--stale wants seconds (0 or more), not " + args.words[i]);
-            }
-        } else {
-            return usageError("show procs takes only --stale SECONDS");
-        }
-    }
     const ListInfo& list = *findList("procs");
     if (!requireOwner(list)) {
         return EXIT_FAILURE_CODE;
@@ -107,21 +75,16 @@ int showProcs(const ToolArgs& args)
         return failure("could not read the process list");
     }
     double now = TimeTool::getPreciseTimeNow();
-    if (args.json) {
-        char stale[32];
-        snprintf(stale, sizeof stale, "%.10g", staleS);
-        std::cout << "{\"staleSeconds\":" << stale << ",\"procs\":[";
-        const char* sep = "";
+    if (json) {
+        Json procs = Json::array();
         for (const auto& entry : mng.procs) {
             const ProcInfo& p = entry.second;
             double fed = p.latestRefreshTime;
-            std::cout << sep << "{\"name\":" << jsonString(textOf(p.procName))
-                      << ",\"tag\":" << jsonString(textOf(p.procTag)) << ",\"refreshTime\":" << formatDouble(fed)
-                      << ",\"age\":" << formatDouble(now - fed)
-                      << ",\"stale\":" << (p.isPreciseOverTime(staleS) ? "true" : "false") << "}";
-            sep = ",";
+            procs.push_back({{"name", textOf(p.procName)}, {"tag", textOf(p.procTag)},
+                             {"refreshTime", jsonNumber(fed)}, {"age", jsonNumber(now - fed)},
+                             {"stale", p.isPreciseOverTime(staleS)}});
         }
-        std::cout << "]}" << std::endl;
+        printJson({{"staleSeconds", jsonNumber(staleS)}, {"procs", procs}});
         return EXIT_OK;
     }
     if (mng.procs.empty()) {
@@ -141,18 +104,13 @@ int showProcs(const ToolArgs& args)
 
 }  // namespace
 
-int cmdShowProcs(const ToolArgs& args)
+int cmdShowProcs(double staleS, bool json)
 {
-    return showProcs(args);
+    return showProcs(staleS, json);
 }
 
-int cmdFeed(const ToolArgs& args)
+int cmdFeed(const std::string& name, const std::string& tag)
 {
-    if (args.words.empty() || args.words.size() > 2) {
-        return usageError("feed NAME [TAG]");
-    }
-    const std::string& name = args.words[0];
-    std::string tag = args.words.size() > 1 ? args.words[1] : "";
     if (name.empty() || name.size() >= (size_t)ProcInfo::TEXT_LEN || tag.size() >= (size_t)ProcInfo::TEXT_LEN) {
         return usageError("NAME (not empty) and TAG take at most 15 characters each");
     }
@@ -185,28 +143,8 @@ int cmdFeed(const ToolArgs& args)
     return EXIT_OK;
 }
 
-int cmdLog(const ToolArgs& args)
+int cmdLog(long port, long count, bool json)
 {
-    if (args.words.empty() || args.words[0] != "listen") {
-        return usageError("log listen [--port PORT] [--count N]");
-    }
-    long port = WriteLog::LOG_PORT;
-    long count = 0;  // 0: until SIGINT
-    for (size_t i = 1; i < args.words.size(); ++i) {
-        const std::string& word = args.words[i];
-        bool hasValue = i + 1 < args.words.size();
-        if (word == "--port" && hasValue) {
-            if (!parseCount(args.words[++i], &port) || port > 65535) {
-                return usageError("--port wants 1 to 65535, not " + args.words[i]);
-            }
-        } else if (word == "--count" && hasValue) {
-            if (!parseCount(args.words[++i], &count)) {
-                return usageError("--count wants a positive number, not " + args.words[i]);
-            }
-        } else {
-            return usageError("log listen takes only --port PORT and --count N");
-        }
-    }
     int sock = socket(AF_INET, SOCK_DGRAM, 0);
     sockaddr_in local;
     memset(&local, 0, sizeof local);
@@ -232,12 +170,12 @@ int cmdLog(const ToolArgs& args)
         }
         double now = TimeTool::getPreciseTimeNow();
         std::string text(buf, (size_t)n);
-        if (args.json) {
+        if (json) {
             char addr[INET_ADDRSTRLEN] = "";
             inet_ntop(AF_INET, &from.sin_addr, addr, sizeof addr);
-            std::cout << "{\"time\":" << formatDouble(now) << ",\"from\":"
-                      << jsonString(std::string(addr) + ":" + std::to_string(ntohs(from.sin_port)))
-                      << ",\"text\":" << jsonString(text) << "}" << std::endl;
+            printJson({{"time", jsonNumber(now)},
+                       {"from", std::string(addr) + ":" + std::to_string(ntohs(from.sin_port))},
+                       {"text", text}});
         } else {
             std::cout << clockText(now) << " " << text << std::endl;
         }

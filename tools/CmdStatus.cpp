@@ -26,36 +26,30 @@ std::string semText(const ListProbe& probe)
     return text;
 }
 
-void printJson(const std::vector<ListProbe>& probes)
+Json statusJson(const std::vector<ListProbe>& probes)
 {
-    std::cout << "{\"lists\":[";
+    Json lists = Json::array();
     for (size_t i = 0; i < probes.size(); ++i) {
         const ListInfo& list = knownLists()[i];
         const ListProbe& probe = probes[i];
-        std::cout << (i ? "," : "") << "{\"name\":" << jsonString(list.name)
-                  << ",\"manager\":" << jsonString(list.manager) << ",\"key\":" << list.key
-                  << ",\"size\":" << list.size << ",\"segment\":" << (probe.segment ? "true" : "false")
-                  << ",\"segmentSize\":" << probe.segmentSize << ",\"attached\":" << probe.attached
-                  << ",\"semaphore\":" << jsonString(semStateName(probe.sem))
-                  << ",\"waiting\":" << probe.waiting << ",\"owned\":" << (probe.owned() ? "true" : "false")
-                  << "}";
+        lists.push_back({{"name", list.name}, {"manager", list.manager}, {"key", list.key}, {"size", list.size},
+                         {"segment", probe.segment}, {"segmentSize", probe.segmentSize},
+                         {"attached", probe.attached}, {"semaphore", semStateName(probe.sem)},
+                         {"waiting", probe.waiting}, {"owned", probe.owned()}});
     }
-    std::cout << "]}" << std::endl;
+    return {{"lists", lists}};
 }
 
 }  // namespace
 
-int cmdStatus(const ToolArgs& args)
+int cmdStatus(bool json)
 {
-    if (!args.words.empty()) {
-        return usageError("status takes no arguments");
-    }
     std::vector<ListProbe> probes;
     for (const ListInfo& list : knownLists()) {
         probes.push_back(probeList(list));
     }
-    if (args.json) {
-        printJson(probes);
+    if (json) {
+        printJson(statusJson(probes));
         return EXIT_OK;
     }
     printf("%-9s %-15s %6s %8s  %-18s %8s  %s\n", "list", "manager", "key", "size", "segment", "attached",

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "ToolCommon.h"
 #include "localmap/LMMapRes.h"
@@ -11,10 +12,10 @@
 
 // One function per command word; each returns the process's exit code.
 
-// CmdOwner.cpp
-int cmdOwner(const ToolArgs& args);
+// CmdOwner.cpp: own `lists` (every list when empty) but those in `except`.
+int cmdOwner(const std::vector<std::string>& lists, const std::vector<std::string>& except, bool json);
 // CmdStatus.cpp
-int cmdStatus(const ToolArgs& args);
+int cmdStatus(bool json);
 // CmdConfig.cpp
 int cmdConfig(const ToolArgs& args);
 // CmdSpace.cpp: show gnss | trace | vehicle; gnss push; vehicle disabled
@@ -36,10 +37,10 @@ int cmdShowPtc(const std::string& what, const ToolArgs& args);
 int cmdParticipant(const std::string& list, const ToolArgs& args);
 int cmdTargets(const ToolArgs& args);
 int cmdId(const ToolArgs& args);
-// CmdProc.cpp: show procs [--stale S]; feed NAME [TAG]; log listen [--port P] [--count N]
-int cmdShowProcs(const ToolArgs& args);
-int cmdFeed(const ToolArgs& args);
-int cmdLog(const ToolArgs& args);
+// CmdProc.cpp: show procs; feed NAME [TAG]; log listen (count 0: until SIGINT)
+int cmdShowProcs(double staleS, bool json);
+int cmdFeed(const std::string& name, const std::string& tag);
+int cmdLog(long port, long count, bool json);
 
 // CmdSignal.cpp: signal load | age; rsi load | age; show signals | rsi |
 // phases | rsi-results; the signal state and RSI of a located approach

@@ -1,6 +1,7 @@
 #include "ToolCommon.h"
 
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -166,24 +167,26 @@ void releaseLockGuard()
     alarm(0);
 }
 
+std::string jsonText(const Json& doc)
+{
+    return doc.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+void printJson(const Json& doc)
+{
+    std::cout << jsonText(doc) << std::endl;
+}
+
 std::string jsonString(const std::string& text)
 {
-    std::string out = "\"";
-    for (unsigned char c : text) {
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20) {
-                char buf[8];
-                snprintf(buf, sizeof buf, "\\u%04x", c);
-                out += buf;
-            } else {
-                out += (char)c;
-            }
-        }
+    return jsonText(text);
+}
+
+Json jsonNumber(double value)
+{
+    // Exactly representable whole numbers print as integers, as before.
+    if (value == (double)(int64_t)value && value > -9.0e15 && value < 9.0e15) {
+        return (int64_t)value;
     }
-    return out + "\"";
+    return value;
 }

@@ -13,7 +13,7 @@ expect_no_ipc "reading without owner creates nothing"
 long17=abcdefghijklmnopq
 text32=$(printf 'x%.0s' $(seq 32))
 expect_error "unknown list" 2 'unknown list: nolist' owner config nolist
-expect_error "status arguments" 2 'no arguments' status extra
+expect_error "status arguments" 2 'not expected: extra; usage: v2xshm status$' status extra
 expect_error "config without subcommand" 2 'usage: config' config
 expect_error "unknown config command" 2 'unknown config command' config drop k
 expect_error "key of 17 characters" 2 '17 characters; at most 16' config set $long17 i32 1
