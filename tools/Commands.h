@@ -16,6 +16,9 @@
 int cmdOwner(const std::vector<std::string>& lists, const std::vector<std::string>& except, bool json);
 // CmdStatus.cpp
 int cmdStatus(bool json);
+// CmdCheck.cpp: the consistency of `lists` (every list present when empty);
+// 0 when all are consistent, 1 when one is damaged or a named one absent.
+int cmdCheck(const std::vector<std::string>& lists, bool json);
 // CmdConfig.cpp
 int cmdConfig(const ToolArgs& args);
 // CmdSpace.cpp: show gnss | trace | vehicle; gnss push; vehicle disabled

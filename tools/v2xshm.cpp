@@ -173,6 +173,11 @@ int main(int argc, char** argv)
     f.command(nullptr, "status", "the segment map and the state of each list's segment and semaphore", "",
               [&] { return cmdStatus(json); });
 
+    std::vector<std::string> checkLists;
+    f.command(nullptr, "check", "check the consistency of every list present, or of those named, without writing",
+              "[LIST...]", [&] { return cmdCheck(checkLists, json); })
+        ->add_option("LIST", checkLists, "lists to check (names as 'v2xshm status' shows them)");
+
     CLI::App* config = f.words(nullptr, "config", "the configuration store", "list | get KEY [TYPE] | set KEY TYPE VALUE",
                                {}, cmdConfig);
     f.words(config, "list", "every entry with its type and value", "", {"list"}, cmdConfig);

@@ -1,0 +1,50 @@
+# The command line of the v2xshm tool: help for every command, the version,
+# refused flags, JSON of awkward texts, owner --except and check.
+source "$(dirname "$0")/ToolTestLib.sh" "$@"
+
+commands=(owner status check "config list" "config get" "config set" "gnss push" "vehicle disabled"
+          "map load" "map age" locate "signal load" "signal age" "rsi load" "rsi age" "frame decode"
+          "frame build" "comm log" "ptc push" "ptc age" "obu push" "rsu push" "targets build" "id next"
+          feed "log listen")
+for what in gnss trace vehicle map location signals rsi phases rsi-results comm ui ptc obu rsu targets \
+            collisions procs; do
+    commands+=("show $what")
+done
+for cmd in "${commands[@]}"; do
+    # shellcheck disable=SC2086
+    expect_grep "help: $cmd" "^usage: v2xshm $cmd( |\$)" $cmd --help
+done
+expect_grep "help lists every command" '^  log ' --help
+expect_grep "version" '^v2xshm [0-9]+\.[0-9]+\.[0-9]+$' --version
+expect_error "unknown flag" 2 'bogus; usage: v2xshm show procs \[--stale SECONDS\]$' show procs --bogus
+expect_error "unknown command" 2 'usage: v2xshm \[--json\] COMMAND' launch
+expect_error "check of an unknown list" 2 'unknown list: nolist' check nolist
+expect_error "except an unknown list" 2 'unknown list: nolist' owner --except nolist
+expect_out "check with nothing present" "no list present" check
+run check config
+[ "$RC" -eq 1 ] && grep -Eq '^config +absent' "$WORK/out" && pass "check of an absent list" ||
+    fail "check of an absent list" "exit $RC" "$(cat "$WORK/out")"
+expect_no_ipc "nothing created"
+
+# Another process owns config here: the owner leaves it alone.
+start_owner --except config || { finish; exit 1; }
+grep -q '^owning procs gnss ' "$WORK/owner.out" && pass "owner --except" ||
+    fail "owner --except" "$(cat "$WORK/owner.out")"
+expect_error "the excepted list has no owner" 1 'list config .*no owner' config list
+expect_grep "check of every list present" '^all [0-9]+ lists consistent$' check
+stop_owner
+
+# Texts with quotes, backslashes, control and non-UTF-8 bytes still give JSON.
+start_owner config || { finish; exit 1; }
+v2x config set 'q"b\' text "$(printf 'a\001\377\t"\\')" >/dev/null
+for cmd in "config list" "config get q\"b\\" status check; do
+    # shellcheck disable=SC2086
+    run --json $cmd
+    if [ "$RC" -eq 0 ] && python3 -m json.tool "$WORK/out" >/dev/null; then
+        pass "json: $cmd"
+    else
+        fail "json: $cmd" "exit $RC" "$(cat "$WORK/out" "$WORK/err")"
+    fi
+done
+stop_owner
+finish
