@@ -585,8 +585,10 @@ std::string approachReport(const LMMapRes& res, const std::map<int64_t, LMNodeEx
                 r.valueByte2 = now.known ? now.light : 0;
                 r.valueInt = now.known && now.remaining >= 0.0 ? (int32_t)std::lround(now.remaining * 10.0) : -1;
                 published.phaseResults.push_back(r);
-                text += "\n  to " + std::to_string((long long)m.first) + " (phase " +
-                        std::to_string((unsigned)m.second.phaseId) + "): " + phaseText(now);
+                if (light != lights.lights.end()) {
+                    text += "\n  to " + std::to_string((long long)m.first) + " (phase " +
+                            std::to_string((unsigned)m.second.phaseId) + "): " + phaseText(now);
+                }
                 items += (items.empty() ? "" : ",") +
                          ("{\"remoteNodeId\":" + std::to_string((long long)m.first) + ",\"phaseId\":" +
                           std::to_string((unsigned)m.second.phaseId) + ",\"light\":" +

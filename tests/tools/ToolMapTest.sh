@@ -82,7 +82,8 @@ if command -v python3 >/dev/null; then
 fi
 
 expect_out "locate on the approach" \
-    "node 1001, link from 1005: 75.0 m to the stop line, max 13.89 m/s (50.0 km/h), min 2.78 m/s (10.0 km/h)" \
+    "node 1001, link from 1005: 75.0 m to the stop line, max 13.89 m/s (50.0 km/h), min 2.78 m/s (10.0 km/h)
+  no light received for node 1001" \
     locate $ON_APPROACH 0
 expect_grep "published location" '^node 1001, link from 1005: 75.0 m .*; computed [0-9.]+ s ago$' show location
 expect_out "beyond the intersection" "no link within reach (-2); the published location is left as it was" \
