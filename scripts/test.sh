@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Builds and tests everything: the host, ARM (under qemu-arm) and sanitizer
-# builds with their unit tests, the shared list images across the two ABIs,
-# the installed package used by an outside project, the geometry of the two
-# ABIs side by side and a bounded fuzz run.
+# Builds and tests everything: the host, ARM (under qemu-arm), sanitizer
+# (ASan+UBSan) and ThreadSanitizer builds with their unit tests, the shared
+# list images across the two ABIs, the Debian packages of both ABIs with an
+# outside project built against them, the geometry of the two ABIs side by
+# side and a bounded fuzz run of every decoder of received data.
 #
 #   scripts/test.sh
 #
@@ -204,11 +205,16 @@ build_and_test() {
     local xml=$dir/gtest-xml
     rm -rf "$xml" && mkdir -p "$xml"
     local env=(GTEST_OUTPUT="xml:$xml/")
+    local filter=()
     if [[ $preset == sanitize ]]; then
         env+=(ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1"
               UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1")
+    elif [[ $preset == tsan ]]; then
+        # Only the tests whose code runs threads of its own.
+        env+=(TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1")
+        filter=(-L threads)
     fi
-    env "${env[@]}" ctest --test-dir "$dir" -j "$JOBS" --output-on-failure \
+    env "${env[@]}" ctest --test-dir "$dir" "${filter[@]}" -j "$JOBS" --output-on-failure \
         --no-tests=error --output-junit "$dir/ctest-junit.xml" 2>&1 | tee "$LOGS/$preset-ctest.log"
     local counts
     counts=$(count_results "$dir/ctest-junit.xml" "$xml")
@@ -240,6 +246,7 @@ else
     skip "arm tests" "no ARM toolchain"
 fi
 build_and_test sanitize
+build_and_test tsan
 
 # ---- shared list images across the ABIs ------------------------------------------
 
