@@ -143,28 +143,15 @@ AbiRecords filledRecords()
     const int32_t* s = SIZE_AND_ACCEL;
     r.magic = MAGIC;
     r.stamp.latestRefreshTime = doubleOf(STAMP);
-    r.geo.latHemisphere = 'S';
-    r.geo.lonHemisphere = 'W';
-    r.geo.longitude = doubleOf(LON);
-    r.geo.latitude = doubleOf(LAT);
-    r.geo.altitude = doubleOf(ALT);
+    r.geo.latHemisphere = 'S', r.geo.lonHemisphere = 'W';
+    r.geo.longitude = doubleOf(LON), r.geo.latitude = doubleOf(LAT), r.geo.altitude = doubleOf(ALT);
     r.motion.time = 59999;
-    r.motion.heading = doubleOf(m[0]);
-    r.motion.speed = doubleOf(m[1]);
-    r.motion.speedX = doubleOf(m[2]);
-    r.motion.speedY = doubleOf(m[3]);
-    r.car.x = doubleOf(m[4]);
-    r.car.y = doubleOf(m[5]);
-    r.car.z = doubleOf(m[6]);
-    r.size.width = s[0];
-    r.size.length = s[1];
-    r.size.height = s[2];
-    r.accel.longitudinal = s[3];
-    r.accel.lateral = s[4];
-    r.accel.vertical = s[5];
-    r.accel.yawRate = s[6];
-    r.brakes.brakePedal = 1;
-    r.brakes.wheelBrakes = 0x5A;
+    r.motion.heading = doubleOf(m[0]), r.motion.speed = doubleOf(m[1]);
+    r.motion.speedX = doubleOf(m[2]), r.motion.speedY = doubleOf(m[3]);
+    r.car.x = doubleOf(m[4]), r.car.y = doubleOf(m[5]), r.car.z = doubleOf(m[6]);
+    r.size.width = s[0], r.size.length = s[1], r.size.height = s[2];
+    r.accel.longitudinal = s[3], r.accel.lateral = s[4], r.accel.vertical = s[5], r.accel.yawRate = s[6];
+    r.brakes.brakePedal = 1, r.brakes.wheelBrakes = 0x5A;
     for (int i = 0; i < 32; ++i) {
         r.vehClass.extra[i] = (uint8_t)(i * 7);
         if (i < 10) {
@@ -175,8 +162,7 @@ AbiRecords filledRecords()
         }
     }
     r.vehClass.classification = 10;
-    r.time.second = 59;
-    r.time.millisecond = -999;
+    r.time.second = 59, r.time.millisecond = -999;
     return r;
 }
 
@@ -336,25 +322,6 @@ std::vector<uint8_t> expectedCollisionImage()
     return img.bytes;
 }
 
-bool sameImage(const char* what, const std::vector<uint8_t>& got, const std::vector<uint8_t>& want);
-
-bool statusImagesMatch()
-{
-    DevUIClientMng ui(false);
-    CommRecordMng records(COMM_RECORD_KEY, false);
-    CommSumMng sums(COMM_SUM_KEY, false);
-    const std::pair<IF_SHM*, std::vector<uint8_t>> lists[] = {
-        {&ui, expectedUIImage()}, {&records, expectedRecordImage()}, {&sums, expectedSumImage()}};
-    const char* names[] = {"ui client list", "message ring", "message totals"};
-    bool ok = true;
-    for (int i = 0; i < 3; ++i) {
-        std::vector<uint8_t> image(lists[i].second.size());
-        ok = lists[i].first->updateFromSHM(image.data(), (int)image.size()) == 1 &&
-             sameImage(names[i], image, lists[i].second) && ok;
-    }
-    return ok;
-}
-
 // ---- the light list, the RSI list and their result lists -------------------
 // Floats by their bits: 12.5, -1.0 (no time given), 3.0, 0.25.
 constexpr uint32_t F12_5 = 0x41480000, F_NONE = 0xBF800000, F3 = 0x40400000, F0_25 = 0x3E800000;
@@ -469,30 +436,6 @@ std::vector<uint8_t> expectedRSIResImage()
     return img.bytes;
 }
 
-bool signalImagesMatch()
-{
-    LMTLListMng lights(false);
-    LMRSIListMng rsi(false);
-    LMTLPhaseResMng phases(false);
-    LMRSIResMng results(false);
-    const std::pair<IF_SHM*, std::vector<uint8_t>> lists[] = {{&lights, expectedLightImage()},
-                                                              {&rsi, expectedRSIImage()},
-                                                              {&phases, expectedPhaseResImage()},
-                                                              {&results, expectedRSIResImage()}};
-    const char* names[] = {"light list", "rsi list", "phase results", "rsi results"};
-    bool ok = true;
-    for (int i = 0; i < 4; ++i) {
-        std::vector<uint8_t> image(lists[i].second.size());
-        ok = lists[i].first->updateFromSHM(image.data(), (int)image.size()) == 1 &&
-             sameImage(names[i], image, lists[i].second) && ok;
-    }
-    // And read back through the lists' own decoders.
-    ok = lights.update() == 1 && lights.lights.size() == 2 && lights.lights.at(-2).phases.at(7).phaseStates.size() == 2 &&
-         rsi.update() == 1 && rsi.records.size() == 2 && rsi.records[0].points.size() == 2 && ok;
-    printf("signal lists: %s through their decoders\n", ok ? "read" : "NOT read");
-    return ok;
-}
-
 // A list with no manager of its own: the records image under a spare key.
 class RawImageMng : public IF_SHM {
 public:
@@ -519,24 +462,16 @@ bool sameImage(const char* what, const std::vector<uint8_t>& got, const std::vec
     return true;
 }
 
+// The values read back through the configuration list's own lookup.
 bool configValuesMatch(DevConfigMng* mng)
 {
-    bool ok = (int)mng->configs.size() == CONFIG_COUNT;
-    if (!ok) {
-        printf("config list: %zu entries, expected %d\n", mng->configs.size(), CONFIG_COUNT);
-    }
+    bool ok = mng->update() == 1 && (int)mng->configs.size() == CONFIG_COUNT;
     for (const ConfigCase& c : CONFIG_CASES) {
         std::vector<uint8_t> want = valueOf(c);
         char got[ConfigInfo::VALUE_LEN] = {};
-        int rc = mng->getValueByKey(c.key, got);
-        if (rc != 1 || memcmp(got, want.data(), want.size()) != 0) {
-            printf("config list: value of \"%s\" differs (rc %d)\n", c.key, rc);
-            ok = false;
-        }
+        ok = mng->getValueByKey(c.key, got) == 1 && memcmp(got, want.data(), want.size()) == 0 && ok;
     }
-    if (ok) {
-        printf("config list: all %d values match\n", CONFIG_COUNT);
-    }
+    printf("config list: %s through its lookup\n", ok ? "all values read" : "values NOT read");
     return ok;
 }
 
@@ -553,24 +488,43 @@ int readAndCheck()
     printf("reader (%s):\n", ABI);
     DevConfigMng config(false);
     RawImageMng records(RECORDS_KEY, (int)sizeof(AbiRecords), false);
-    bool ok = config.update() == 1 && configValuesMatch(&config);
-    std::vector<uint8_t> image(DevConfigMng::SHM_SIZE);
-    ok = config.updateFromSHM(image.data(), (int)image.size()) == 1 &&
-         sameImage("config list", image, expectedConfigImage()) && ok;
-    image.assign(sizeof(AbiRecords), 0);
-    ok = records.updateFromSHM(image.data(), (int)image.size()) == 1 &&
-         sameImage("records image", image, expectedRecordsImage()) && ok;
-    ok = statusImagesMatch() && ok;
+    DevUIClientMng ui(false);
+    CommRecordMng commRecords(COMM_RECORD_KEY, false);
+    CommSumMng commSums(COMM_SUM_KEY, false);
     RawImageMng participants(PTC_RECORDS_KEY, (int)sizeof(AbiParticipants), false);
-    image.assign(sizeof(AbiParticipants), 0);
-    ok = participants.updateFromSHM(image.data(), (int)image.size()) == 1 &&
-         sameImage("participant records", image, expectedParticipantsImage()) && ok;
     TgtCollisionMng collisions(false);
-    image.assign(TgtCollisionMng::SHM_SIZE, 0);
-    ok = collisions.updateFromSHM(image.data(), (int)image.size()) == 1 &&
-         sameImage("collision list", image, expectedCollisionImage()) && ok;
-    ok = signalImagesMatch() && ok;
-    return ok ? 0 : 1;
+    LMTLListMng lights(false);
+    LMRSIListMng rsi(false);
+    LMTLPhaseResMng phases(false);
+    LMRSIResMng results(false);
+    const struct {
+        const char* name;
+        IF_SHM* mng;
+        std::vector<uint8_t> want;
+    } lists[] = {{"config list", &config, expectedConfigImage()},
+                 {"records image", &records, expectedRecordsImage()},
+                 {"ui client list", &ui, expectedUIImage()},
+                 {"message ring", &commRecords, expectedRecordImage()},
+                 {"message totals", &commSums, expectedSumImage()},
+                 {"participant records", &participants, expectedParticipantsImage()},
+                 {"collision list", &collisions, expectedCollisionImage()},
+                 {"light list", &lights, expectedLightImage()},
+                 {"rsi list", &rsi, expectedRSIImage()},
+                 {"phase results", &phases, expectedPhaseResImage()},
+                 {"rsi results", &results, expectedRSIResImage()}};
+    bool ok = true;
+    for (const auto& list : lists) {
+        std::vector<uint8_t> image(list.want.size());
+        ok = list.mng->updateFromSHM(image.data(), (int)image.size()) == 1 && sameImage(list.name, image, list.want)
+          && ok;
+    }
+    ok = configValuesMatch(&config) && ok;
+    // The signal lists read back through their own decoders.
+    bool decoded = lights.update() == 1 && lights.lights.size() == 2
+                && lights.lights.at(-2).phases.at(7).phaseStates.size() == 2 && rsi.update() == 1
+                && rsi.records.size() == 2 && rsi.records[0].points.size() == 2;
+    printf("signal lists: %s through their decoders\n", decoded ? "read" : "NOT read");
+    return ok && decoded ? 0 : 1;
 }
 
 int writeAndHold()
@@ -587,32 +541,23 @@ int writeAndHold()
     DevUIClientMng ui(true);
     CommRecordMng commRecords(COMM_RECORD_KEY, true);
     CommSumMng commSums(COMM_SUM_KEY, true);
-    if (!fillStatusLists(&ui, &commRecords, &commSums)) {
-        fprintf(stderr, "cannot fill the ui and message lists\n");
-        return 1;
-    }
-    for (const ConfigCase& c : CONFIG_CASES) {
-        if (config.insertConfig(c.key, (ConfigInfo::DataType)c.type, valueOf(c).data()) != 1) {
-            fprintf(stderr, "cannot set \"%s\"\n", c.key);
-            return 1;
-        }
-    }
     RawImageMng participants(PTC_RECORDS_KEY, (int)sizeof(AbiParticipants), true);
     TgtCollisionMng collisions(true);
-    AbiParticipants filledPtc = filledParticipants();
-    collisions.collisions.push_back(filledCollision());
-    AbiRecords filled = filledRecords();
-    if (config.commit() != 1 || records.commit2SHM(&filled, sizeof filled) != 1 ||
-        participants.commit2SHM(&filledPtc, sizeof filledPtc) != 1 || collisions.commit() != 1) {
-        fprintf(stderr, "cannot write the list images\n");
-        return 1;
-    }
     LMTLListMng lights(true);
     LMRSIListMng rsi(true);
     LMTLPhaseResMng phaseResults(true);
     LMRSIResMng rsiResults(true);
-    if (!fillSignalLists(&lights, &rsi, &phaseResults, &rsiResults)) {
-        fprintf(stderr, "cannot write the signal lists\n");
+    bool ok = fillStatusLists(&ui, &commRecords, &commSums);
+    for (const ConfigCase& c : CONFIG_CASES) {
+        ok = config.insertConfig(c.key, (ConfigInfo::DataType)c.type, valueOf(c).data()) == 1 && ok;
+    }
+    AbiParticipants filledPtc = filledParticipants();
+    collisions.collisions.push_back(filledCollision());
+    AbiRecords filled = filledRecords();
+    if (!ok || config.commit() != 1 || records.commit2SHM(&filled, sizeof filled) != 1
+        || participants.commit2SHM(&filledPtc, sizeof filledPtc) != 1 || collisions.commit() != 1
+        || !fillSignalLists(&lights, &rsi, &phaseResults, &rsiResults)) {
+        fprintf(stderr, "cannot write the list images\n");
         return 1;
     }
     printf("ready (%s)\n", ABI);
