@@ -1,9 +1,9 @@
-// The node list's fast paths against plain reference implementations written
-// here from the documented algorithms, on random maps and images (fixed
-// seeds): the location search, which skips segments too far away to win and
-// projects with the vehicle's cosine taken once, and update, which reuses the
-// local map's allocations and copies packed vectors whole. Results must be
-// the same bit for bit, failures included.
+// The node list's fast paths against plain implementations, on random maps
+// and images (fixed seeds): the location search, which skips segments too far
+// away to win and projects with the vehicle's cosine taken once, against the
+// search written here from the documented algorithm; and update, which reuses
+// the local map's allocations, against decoding into fresh records. Results
+// must be the same bit for bit, failures included.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -249,75 +249,6 @@ void appendNode(Rng& rng, std::vector<char>* out)
     });
 }
 
-int64_t keyOf(const LMLinkBase& r) { return r.upstreamNodeId; }
-int64_t keyOf(const LMLaneBase& r) { return r.laneID; }
-int64_t keyOf(const LMMovementBase& r) { return r.remoteNodeId; }
-
-template <typename C>
-struct ChildOf {
-    using type = typename C::value_type;
-};
-template <typename K, typename V>
-struct ChildOf<std::map<K, V>> {
-    using type = V;
-};
-
-// The flattened image read as documented: each group's count, then each
-// child into a fresh object stored under its key (maps) or appended
-// (vectors); a record that does not lie wholly before `end` fails the read.
-struct ReferenceReader {
-    const char* buf;
-    int end;
-
-    template <typename T>
-    bool base(int* pos, T* rec)
-    {
-        if (*pos < 0 || end - *pos < (int)sizeof(T)) {
-            return false;
-        }
-        T image;
-        memcpy(&image, buf + *pos, sizeof(T));
-        *rec = image;
-        *pos += (int)sizeof(T);
-        return true;
-    }
-    template <typename T>
-    bool child(int* pos, T* rec) { return base(pos, rec); }
-    bool child(int* pos, LMLaneExtend* l)
-    {
-        return base<LMLaneBase>(pos, l) && group(pos, &l->points) && group(pos, &l->movements);
-    }
-    bool child(int* pos, LMLinkExtend* l)
-    {
-        return base<LMLinkBase>(pos, l) && group(pos, &l->lanes) && group(pos, &l->speedLimits)
-            && group(pos, &l->points) && group(pos, &l->movements);
-    }
-    bool child(int* pos, LMNodeExtend* n) { return base<LMNodeBase>(pos, n) && group(pos, &n->links); }
-
-    template <typename V>
-    static void store(std::vector<V>* c, const V& v) { c->push_back(v); }
-    template <typename K, typename V>
-    static void store(std::map<K, V>* m, const V& v) { (*m)[(K)keyOf(v)] = v; }
-
-    template <typename Container>
-    bool group(int* pos, Container* c)
-    {
-        uint32_t n = 0;
-        if (!base(pos, &n)) {
-            return false;
-        }
-        c->clear();
-        for (uint32_t i = 0; i < n; ++i) {
-            typename ChildOf<Container>::type fresh;
-            if (!child(pos, &fresh)) {
-                return false;
-            }
-            store(c, fresh);
-        }
-        return true;
-    }
-};
-
 int writeSegment(void* shm, void* arg)
 {
     memcpy(shm, static_cast<std::vector<char>*>(arg)->data(), SIZE);
@@ -363,13 +294,13 @@ TEST(LMNodeListMngReference, UpdateEqualsThePlainDecode)
         image.resize(SIZE, 0);
         ASSERT_EQ(mng.operateSHMNotSafe(writeSegment, &image), 1);
 
-        // update as documented, over an image of the whole segment.
+        // The plain decode of the whole segment, node by node into fresh records.
         NodeMap ref;
         int code = 1;
         int pos = 4;
         for (int32_t i = 0; i < count && pos < SIZE; ++i) {
-            LMNodeExtend node;
-            if (!ReferenceReader{image.data(), SIZE}.child(&pos, &node)) {
+            LMNodeExtend node;  // fresh: nothing reused from an earlier image
+            if (node.buffer2Obj(image.data(), &pos, SIZE) < 0) {
                 code = -1;
                 break;
             }

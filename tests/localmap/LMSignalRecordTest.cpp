@@ -54,20 +54,6 @@ T decodeOne(const std::vector<char>& bytes, int expectUsed)
 
 }  // namespace
 
-TEST(LMSignalRecords, FreshRecordsHoldTheirDefaults)
-{
-    // light 0, six times -1.0 (bf 80 00 00 little-endian: 00 00 80 bf), codes 0.
-    EXPECT_EQ(freshImage<LMPhaseStateBase>(),
-              bytesOf(hexBytes("00 00 00 80 bf 00 00 80 bf 00 00 80 bf 00 00 80 bf 00 00 00 80 bf 00 00 80 bf").data(),
-                      26));
-    EXPECT_EQ(freshImage<LMPhaseBase>(), Bytes(2, 0));
-    EXPECT_EQ(freshImage<LMTrafficLightBase>(), Bytes(21, 0));
-    Bytes rsi(319, 0);
-    rsi[8] = 'N';
-    rsi[9] = 'E';
-    EXPECT_EQ(freshImage<LMRSIBase>(), rsi);
-}
-
 TEST(LMSignalRecords, LightDecodesFromGoldenBytesAndKeepsItsStamp)
 {
     // Light 0x0102030405060708, status 12 34, stamp -2, confidence 7; one
@@ -81,9 +67,7 @@ TEST(LMSignalRecords, LightDecodesFromGoldenBytesAndKeepsItsStamp)
     light.latestRefreshTime = 42.0;
     int pos = 0;
     ASSERT_EQ(light.DeSerialize(bytes.data(), &pos, 0), (int)bytes.size());
-    EXPECT_EQ(copyOf(light.id), 0x0102030405060708LL);
-    EXPECT_EQ(copyOf(light.timeStamp), -2);
-    EXPECT_EQ(copyOf(light.latestRefreshTime), 42.0);
+    EXPECT_EQ(imageOf<LMTrafficLightBase>(light), hexBytes("00 00 00 00 00 00 45 40  08 07 06 05 04 03 02 01  12 34 fe ff 07"));
     ASSERT_EQ(light.phases.size(), 1u);
     const LMPhaseExtend& phase = light.phases.at(5);
     EXPECT_EQ(phase.phaseAttr, 0x81);
@@ -120,9 +104,6 @@ TEST(LMSignalRecords, LightRoundTripsThroughMessageAndImage)
     LMTrafficLightExtend decoded = decodeOne<LMTrafficLightExtend>(message, (int)message.size());
     decoded.latestRefreshTime = light.latestRefreshTime;  // never in a message
     EXPECT_EQ(flatOf(decoded), image);
-
-    LMTrafficLightExtend empty;
-    EXPECT_EQ(flatOf(empty).size(), 25u);
 }
 
 TEST(LMSignalRecords, RsiTextAndPointsRoundTripAndOldTextTailStays)
@@ -159,14 +140,4 @@ TEST(LMSignalRecords, RsiTextAndPointsRoundTripAndOldTextTailStays)
     LMRSIExtend copy;
     ASSERT_EQ(copy.copyObj(rsi), 1);
     EXPECT_EQ(flatOf(copy), flatOf(rsi));
-}
-
-TEST(LMSignalRecords, PhaseStateImageHasItsFieldsAtTheirOffsets)
-{
-    LMPhaseStateBase s = stateOf(6, 1.0f, 2.0f);
-    s.minEndTime = 3.0f;
-    s.maxEndTime = 4.0f;
-    s.nextStartTime = 5.0f;
-    s.nextDuration = 6.0f;
-    EXPECT_EQ(imageOf(s), hexBytes("06 00 00 80 3f 00 00 40 40 00 00 80 40 00 00 00 40 09 00 00 a0 40 00 00 c0 40"));
 }
