@@ -1,4 +1,4 @@
-// The fix record's byte image, its derived motion and the dead-reckoning
+// The fix record's derived motion and the dead-reckoning
 // prediction (the fix's age is set through its refresh time, not by waiting).
 #include "space/GNSS.h"
 
@@ -13,16 +13,6 @@ namespace {
 
 constexpr double PI = 3.141592653589793;
 constexpr double TWO_PI = 6.283185307179586;
-
-TEST(GNSS, DefaultByteImage)
-{
-    Bytes expected(105, 0);
-    expected[22] = 'N';
-    expected[23] = 'E';
-    expected[69] = 0xC6;  // precision 99.0f at 67: 0x42C60000, host order
-    expected[70] = 0x42;
-    EXPECT_EQ(freshImage<GNSS>(), expected);
-}
 
 TEST(GNSS, RefreshMovable2DTurnsCompassHeadingIntoPlaneAngle)
 {
@@ -42,9 +32,7 @@ TEST(GNSS, RefreshMovable2DTurnsCompassHeadingIntoPlaneAngle)
     };
     for (const auto& c : cases) {
         GNSS g;
-        g.heading = c.heading;
-        g.speed = 10.0f;
-        g.time.second = (int16_t)c.second;
+        g.heading = c.heading, g.speed = 10.0f, g.time.second = (int16_t)c.second;
         g.time.millisecond = (int16_t)c.millisecond;
         g.refreshMovable2D();
         double h = g.motion.heading;
@@ -70,14 +58,10 @@ TEST(GNSS, PredictionDrivesStraightOnForTheFixAge)
     };
     for (const auto& c : cases) {
         GNSS g;
-        g.position.longitude = 116.0;
-        g.position.latitude = lat;
-        g.speed = 10.0f;
-        g.heading = c.heading;
+        g.position.longitude = 116.0, g.position.latitude = lat, g.speed = 10.0f, g.heading = c.heading;
         g.latestRefreshTime = TimeTool::getPreciseTimeNow() - c.age;
         GeoCoordinates fixed, present;
-        fixed.latHemisphere = 'S';  // only longitude and latitude are written
-        fixed.altitude = 123.5;
+        fixed.latHemisphere = 'S', fixed.altitude = 123.5;  // only longitude and latitude are written
         g.predictGeoCoordinatesAfter(c.age, &fixed);
         g.predictPresentGeoCoordinates(&present);
         EXPECT_NEAR(fixed.longitude, 116.0 + SpaceToolGeo::LongitudeForMeter(lat, c.east), 1e-12) << c.heading;

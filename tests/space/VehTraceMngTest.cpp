@@ -39,13 +39,10 @@ TEST(VehTraceMng, RingWrapsAndSaturatesAtFiveHundred)
             ASSERT_GE(slot, 0);
             EXPECT_EQ(copyOf(ring->trace[slot].speed), (float)(c.inserts - back)) << c.inserts << " back " << back;
         }
-        EXPECT_EQ(ring->slotOf(ring->count), -1);
-        EXPECT_EQ(ring->slotOf(-1), -1);
+        EXPECT_TRUE(ring->slotOf(ring->count) == -1 && ring->slotOf(-1) == -1);
         // A reset forgets the fixes but leaves the slots.
         EXPECT_EQ(VehTraceMng::initVehTrace(ring.get(), nullptr), 1);
-        EXPECT_EQ(ring->index, 0);
-        EXPECT_EQ(ring->count, 0);
-        EXPECT_EQ(copyOf(ring->trace[c.index].speed), (float)c.inserts);
+        EXPECT_TRUE(ring->index == 0 && ring->count == 0 && ring->trace[c.index].speed == (float)c.inserts);
     }
 }
 
@@ -63,8 +60,7 @@ TEST(VehTraceMng, DamagedIndexAndCountAreBoundedBeforeUse)
     };
     for (const auto& c : cases) {
         std::unique_ptr<VehTrace> ring(new VehTrace);
-        ring->index = c.index;
-        ring->count = c.count;
+        ring->index = c.index, ring->count = c.count;
         GNSS g = fixNumber(77);
         testing::internal::CaptureStdout();
         EXPECT_EQ(VehTraceMng::insertOneGNSS2Trace(ring.get(), &g), 1);
@@ -73,8 +69,7 @@ TEST(VehTraceMng, DamagedIndexAndCountAreBoundedBeforeUse)
         EXPECT_EQ(ring->count, c.newCount) << c.count;
         EXPECT_EQ(copyOf(ring->trace[c.newIndex].speed), 77.0f);
         // A reader's walk of the damaged ring never leaves it either.
-        ring->index = c.index;
-        ring->count = c.count;
+        ring->index = c.index, ring->count = c.count;
         EXPECT_EQ(ring->boundedCount(), c.newCount == 500 ? 500 : c.newCount - 1);
         for (int back = 0; back < ring->boundedCount(); ++back) {
             ASSERT_TRUE(ring->slotOf(back) >= 0 && ring->slotOf(back) < 500) << c.index << " back " << back;
