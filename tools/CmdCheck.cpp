@@ -78,7 +78,12 @@ int cmdCheck(const std::vector<std::string>& names, bool json)
         return rc;
     }
     for (const ListCheckResult& r : results) {
-        printf("%-11s %-10s %s\n", r.name.c_str(), verdictName(r.verdict), details(r).c_str());
+        std::string text = details(r);
+        if (text.empty()) {
+            printf("%-11s %s\n", r.name.c_str(), verdictName(r.verdict));
+        } else {
+            printf("%-11s %-10s %s\n", r.name.c_str(), verdictName(r.verdict), text.c_str());
+        }
     }
     if (results.empty()) {
         printf("no list present\n");

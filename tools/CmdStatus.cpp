@@ -52,13 +52,13 @@ int cmdStatus(bool json)
         printJson(statusJson(probes));
         return EXIT_OK;
     }
-    printf("%-9s %-15s %6s %8s  %-18s %8s  %s\n", "list", "manager", "key", "size", "segment", "attached",
+    printf("%-11s %-16s %6s %8s  %-18s %8s  %s\n", "list", "manager", "key", "size", "segment", "attached",
            "semaphore");
     for (size_t i = 0; i < probes.size(); ++i) {
         const ListInfo& list = knownLists()[i];
         const ListProbe& probe = probes[i];
         std::string attached = probe.segment ? std::to_string(probe.attached) : "-";
-        printf("%-9s %-15s %6d %8d  %-18s %8s  %s\n", list.name, list.manager, list.key, list.size,
+        printf("%-11s %-16s %6d %8d  %-18s %8s  %s\n", list.name, list.manager, list.key, list.size,
                segmentText(list, probe).c_str(), attached.c_str(), semText(probe).c_str());
     }
     fflush(stdout);
