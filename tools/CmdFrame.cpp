@@ -232,7 +232,15 @@ int frameDecode(const ToolArgs& args)
     }
     std::string text = args.words[1];
     if (text == "-") {
-        text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+        // Two hex digits a byte for a segment's worth of frames at most: an
+        // endless stdin (a device, a stuck pipe of zeros) is cut off there.
+        const size_t limit = 2 * 1024 * 1024;
+        text.assign(limit + 1, '\0');
+        std::cin.read(&text[0], (std::streamsize)text.size());
+        text.resize((size_t)std::cin.gcount());
+        if (text.size() > limit) {
+            return usageError("frame decode: more than " + std::to_string(limit) + " characters on stdin");
+        }
     }
     std::vector<char> bytes;
     std::string error;

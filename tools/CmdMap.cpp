@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -238,20 +237,13 @@ int mapLoad(const ToolArgs& args)
         return usageError("usage: map load FILE");
     }
     const std::string& file = args.words[1];
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-        return usageError("cannot read " + file + ": " + strerror(errno));
-    }
-    std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) {
-        return usageError("cannot read " + file);
+    std::vector<char> bytes;
+    std::string error;
+    if (!readBoundedFile(file, (size_t)LMNodeListMng::SHM_SIZE, &bytes, &error)) {
+        return usageError(error + " (the map list's size)");
     }
     if (bytes.empty()) {
         return usageError(file + ": empty file, not a map message");
-    }
-    if (bytes.size() > (size_t)LMNodeListMng::SHM_SIZE) {
-        return usageError(file + ": " + std::to_string(bytes.size()) + " bytes; a map message larger than the " +
-                          std::to_string(LMNodeListMng::SHM_SIZE) + "-byte map list is refused");
     }
     int size = (int)bytes.size();
     // Everything about the file is checked before any list is touched.

@@ -106,6 +106,10 @@ int showProcs(double staleS, bool json)
 
 int cmdShowProcs(double staleS, bool json)
 {
+    // The front's range check lets NaN through: no comparison with it fails.
+    if (!(staleS >= 0.0 && staleS <= 1e9)) {
+        return usageError("--stale wants 0 to 1e9 seconds; usage: v2xshm show procs [--stale SECONDS]");
+    }
     return showProcs(staleS, json);
 }
 

@@ -28,7 +28,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -90,18 +89,11 @@ std::string ageJson(const IF_Refreshable& rec)
 // The file's bytes, or an error message.
 bool readFile(const std::string& file, const char* what, std::vector<char>* bytes, std::string* error)
 {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-        *error = "cannot read " + file + ": " + strerror(errno);
+    if (!readBoundedFile(file, (size_t)LMTLListMng::SHM_SIZE, bytes, error)) {
         return false;
     }
-    bytes->assign((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad() || bytes->empty()) {
-        *error = file + ": empty or unreadable, not " + what;
-        return false;
-    }
-    if (bytes->size() > (size_t)LMTLListMng::SHM_SIZE) {
-        *error = file + ": " + std::to_string(bytes->size()) + " bytes; larger than the list's segment";
+    if (bytes->empty()) {
+        *error = file + ": empty, not " + what;
         return false;
     }
     return true;

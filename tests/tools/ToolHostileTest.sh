@@ -1,0 +1,226 @@
+# Hostile arguments to every command of the v2xshm tool: each is refused with
+# exit 2, one line on stderr and nothing on stdout, within a time limit, with
+# stdin at /dev/zero; nothing is created without an owner and nothing written
+# with one.
+# Usage: bash ToolHostileTest.sh TOOL [EMULATOR...]  (in a private IPC namespace)
+source "$(dirname "$0")/ToolTestLib.sh" "$@"
+
+v2x() {
+    timeout 60 "${EMULATOR[@]}" "$TOOL" "$@" </dev/zero
+}
+
+LONG=$(printf 'x%.0s' $(seq 5000))
+HEX=$(printf '00%.0s' $(seq 2049))
+mkdir "$WORK/dir"
+# Placeholders in the table: @L a 5000-byte text, @D a directory, @E an
+# empty word, @Z /dev/zero as a file, @H the data of a frame one byte too
+# long.
+PUSH="--lon 120 --lat 30 --speed 1 --heading 0"
+ROWS=$(cat <<TABLE
+--bogus status
+launch
+help extra
+status extra
+check nolist
+check @L
+owner nolist
+owner --except nolist
+owner --bogus
+config
+config drop k
+config list extra
+config get @E
+config get @L
+config set k u8 256
+config set k u8 -1
+config set k i32 2147483648
+config set k i64 9223372036854775808
+config set k i32 12a
+config set k i32 @E
+config set k f64 nan
+config set k f64 -inf
+config set k f64 1e999
+config set k f64 1.5x
+config set k text @L
+config set k text xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx
+config set abcdefghijklmnopq i32 1
+config set k float 1
+config set k i32
+show
+show bogus
+show gnss extra
+show trace -n -1
+show trace -n nan
+show trace -n 99999999999999999999
+show vehicle --bogus
+show map --node 12x
+show map --node 1e99
+show map 1001
+show location now
+show signals --node nan
+show rsi extra
+show phases --bogus
+show rsi-results x
+show comm --key x
+show comm -n -1
+show comm --key 99999999999
+show ui x
+show ptc x
+show obu --bogus
+show rsu @L
+show targets --key nan
+show collisions x
+show procs --stale nan
+show procs --stale -1
+show procs --stale inf
+show procs extra
+gnss
+gnss push --bogus
+gnss push --lon nan --lat 30 --speed 1 --heading 0
+gnss push --lon 120 --lat inf --speed 1 --heading 0
+gnss push --lon 120 --lat 30 --speed -inf --heading 0
+gnss push --lon 120 --lat 30 --speed 1 --heading 1e999
+gnss push --lon 120 --lat 30 --speed 1 --heading 0x
+gnss push $PUSH --time-ms -1
+gnss push $PUSH --precision nan
+vehicle disabled maybe
+vehicle disabled on off
+map
+map drop
+map load
+map load @E
+map load @D
+map load @Z
+map load @L
+map age x
+locate nan 30 0
+locate 120 inf 0
+locate 120 30 -inf
+locate 120 30 361
+locate 200 30 0
+locate 120x 30 0
+locate 120 30
+locate --gnss extra
+locate --bogus
+signal
+signal load @D
+signal load @Z
+signal age x
+rsi load @D
+rsi load @Z
+rsi load @E
+rsi age x
+frame
+frame bogus
+frame decode @E
+frame decode nan
+frame decode @L
+frame decode -
+frame decode fafb0
+frame build --type 256 --subtype 1
+frame build --type -1 --subtype 1
+frame build --type nan --subtype 1
+frame build --type 1x --subtype 1
+frame build --type 1 --subtype 2 zz
+frame build --type 1 --subtype 2 @L
+frame build --type 1
+frame build --type 1 --subtype 2 @H
+comm log --type 3 --peer 1 --length 1
+comm log --type 1 --peer 1
+comm log --type 1 --peer x --length 1
+comm log --type 1 --peer 4294967296 --length 1
+comm log --type 1 --peer 1 --length nan
+comm log --type 1 --peer 1 --length 99999999999999999999
+comm log --type 1 --peer 1 --length 1 --key x
+comm log --type 1 --peer 1 --length 1 --detail @L
+comm log --type 1 --peer 1 --length 1 --detail 12345678901234567
+comm log --bogus
+ptc push --ptc-id 65536 --source 1 --source-id a --lon 1 --lat 1
+ptc push --ptc-id -1 --source 1 --source-id a --lon 1 --lat 1
+ptc push --ptc-id 1 --source 1 --source-id a --lon nan --lat 1
+ptc push --ptc-id 1 --source 1 --source-id a --lon 1 --lat inf
+ptc push --ptc-id 1 --source 1 --source-id a --lon 1 --lat 1 --speed -inf
+ptc push --ptc-id 1 --source 1 --source-id @L --lon 1 --lat 1
+ptc push --ptc-id 1 --source x --source-id a --lon 1 --lat 1
+ptc push --lon 120 --lat 30
+ptc age x
+obu
+obu push --id a --lon nan --lat 1
+obu push --id @L --lon 1 --lat 1
+obu push --id 01234567890123456 --lon 1 --lat 1
+obu push --ptc-id 1 --id a --lon 1 --lat 1
+rsu push --id a --lon 1 --lat -inf
+rsu push --id r --lon 1 --lat 91
+rsu push --id a --lon 1 --lat 1 --speed 1x
+rsu bogus
+targets build --key nan
+targets build extra
+id
+id next extra
+feed
+feed @E
+feed @L
+feed a @L
+feed sixteen_chars_xy
+feed a b c
+log
+log listen --port 0
+log listen --port 65536
+log listen --port nan
+log listen --count 0
+log listen --count -1
+log listen --count x
+TABLE
+)
+
+# hostile PASS: runs every row of the table.
+hostile() {
+    local row word args
+    while IFS= read -r row; do
+        args=()
+        for word in $row; do
+            case "$word" in
+                @L) args+=("$LONG") ;;
+                @D) args+=("$WORK/dir") ;;
+                @E) args+=("") ;;
+                @Z) args+=(/dev/zero) ;;
+                @H) args+=("$HEX") ;;
+                *) args+=("$word") ;;
+            esac
+        done
+        expect_error "$1: ${row:0:60}" 2 '^v2xshm: ' "${args[@]}"
+    done <<<"$ROWS"
+}
+
+hostile "no owner"
+expect_no_ipc "refusals without an owner create nothing"
+
+# The lists' content without the ages, which move on between two reads.
+snapshot() {
+    local what
+    v2x check
+    v2x config list
+    for what in gnss trace vehicle map location signals rsi phases rsi-results comm ui ptc obu rsu targets \
+                collisions procs; do
+        v2x --json show $what
+    done | sed -E 's/"(age|ageSeconds|refreshTime)":[0-9.e-]+//g; s/"predicted":\{[^}]*\}//'
+}
+start_owner || { finish; exit 1; }
+v2x config set k i32 7 >/dev/null
+v2x gnss push $PUSH >/dev/null
+before=$(snapshot)
+hostile "owner"
+[ "$(snapshot)" = "$before" ] && pass "refusals with an owner write nothing" ||
+    fail "refusals with an owner write nothing" "$(diff <(echo "$before") <(snapshot))"
+stop_owner
+
+for how in help --help; do
+    run $how
+    missing=""
+    for cmd in owner status check config show gnss vehicle map locate signal rsi frame comm ptc obu rsu targets id \
+               feed log help; do
+        grep -Eq "^  $cmd( |\$)" "$WORK/out" || missing+=" $cmd"
+    done
+    [ "$RC" -eq 0 ] && [ -z "$missing" ] && pass "$how lists every command" || fail "$how lists every command" "missing:$missing"
+done
+finish
