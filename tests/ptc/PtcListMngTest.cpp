@@ -2,7 +2,9 @@
 // record past the array, damaged counts, and the identifiers they give out.
 #include <cmath>
 #include <gtest/gtest.h>
+#include <set>
 #include <sys/shm.h>
+#include <thread>
 
 #include "ptc/DevPTCGivenIDMng.h"
 #include "ptc/PtcLocalIDMng.h"
@@ -195,6 +197,24 @@ TEST(PtcIdentifiers, BothCountersWrapTheirOwnWay)
         local.push_back(PtcLocalIDMng::getNextLocalID());
     }
     EXPECT_EQ(local, (std::vector<unsigned short>{65534, 65535, 1, 2}));
+
+    // Drawn by several threads at once: every value handed out once.
+    PtcLocalIDMng::next_id = 1;
+    std::vector<unsigned short> drawnBy[4];
+    std::vector<std::thread> threads;
+    for (auto& mine : drawnBy) {
+        threads.emplace_back([&mine] {
+            for (int i = 0; i < 5000; ++i) {
+                mine.push_back(PtcLocalIDMng::getNextLocalID());
+            }
+        });
+    }
+    std::set<unsigned short> all;
+    for (int t = 0; t < 4; ++t) {
+        threads[t].join();
+        all.insert(drawnBy[t].begin(), drawnBy[t].end());
+    }
+    EXPECT_EQ(all.size(), 20000u);
 
     // Device-wide: 0 is given out, the value after the increment.
     Seg<DevPTCGivenIDMng> given(true);
