@@ -28,10 +28,12 @@ bool writeFile(const std::string& path, const std::vector<char>& bytes)
     return fclose(out) == 0 && ok;
 }
 
-bool writeSeed(const std::string& dir, const char* name, const std::vector<LMNodeExtend>& nodes)
+template <typename Record>
+bool writeListSeed(const std::string& dir, const char* name, const std::vector<Record>& records,
+                   int (*write)(const std::vector<Record>&, std::vector<char>*))
 {
     std::vector<char> bytes;
-    if (LMMessageWriter::writeNodeList(nodes, &bytes) < 0) {
+    if (write(records, &bytes) < 0) {
         fprintf(stderr, "fuzz_seeds: the writer refused seed %s\n", name);
         return false;
     }
@@ -54,11 +56,11 @@ bool nodeListSeeds(const std::string& dir)
     LMNodeExtend oneLink = bare;
     oneLink.links[2].upstreamNodeId = 2;
 
-    bool ok = writeSeed(dir, "empty", {}) && writeSeed(dir, "bare-node", {bare})
-        && writeSeed(dir, "one-link", {oneLink}) && writeSeed(dir, "sample", sample)
-        && writeSeed(dir, "centre-node", {sample[0]}) && writeSeed(dir, "long-names", {full})
-        && writeSeed(dir, "repeated-id", {bare, oneLink, bare});
-    return ok;
+    auto w = LMMessageWriter::writeNodeList;
+    return writeListSeed(dir, "empty", {}, w) && writeListSeed(dir, "bare-node", {bare}, w)
+        && writeListSeed(dir, "one-link", {oneLink}, w) && writeListSeed(dir, "sample", sample, w)
+        && writeListSeed(dir, "centre-node", {sample[0]}, w) && writeListSeed(dir, "long-names", {full}, w)
+        && writeListSeed(dir, "repeated-id", {bare, oneLink, bare}, w);
 }
 
 std::vector<char> frameBytes(uint8_t type, uint8_t subType, const std::vector<char>& data)
@@ -116,18 +118,6 @@ bool rtcmSeeds(const std::string& dir)
     return writeFile(dir + "/example", example) && writeFile(dir + "/empty", rtcmBytes(1, {}))
         && writeFile(dir + "/largest", rtcmBytes(1, std::vector<char>(2048, 0x21)))
         && writeFile(dir + "/back-to-back", joined({example, rtcmBytes(1, {1}), {0x00}, example}));
-}
-
-template <typename Record>
-bool writeListSeed(const std::string& dir, const char* name, const std::vector<Record>& records,
-                   int (*write)(const std::vector<Record>&, std::vector<char>*))
-{
-    std::vector<char> bytes;
-    if (write(records, &bytes) < 0) {
-        fprintf(stderr, "fuzz_seeds: the writer refused seed %s\n", name);
-        return false;
-    }
-    return writeFile(dir + "/" + name, bytes);
 }
 
 // Received light lists.
