@@ -51,6 +51,12 @@ struct Image {
         }
         return *this;
     }
+    // The bytes, with zeros after them up to the list's whole size.
+    std::vector<uint8_t> upTo(size_t size)
+    {
+        bytes.resize(size, 0);
+        return bytes;
+    }
     // n bytes of src, then zeros up to `width`.
     Image& raw(const void* src, size_t n, size_t width)
     {
@@ -97,8 +103,7 @@ std::vector<uint8_t> expectedConfigImage()
         std::vector<uint8_t> value = valueOf(c);
         img.raw(c.key, strlen(c.key), 16).le(c.type, 4).raw(value.data(), value.size(), 32);
     }
-    img.bytes.resize(DevConfigMng::SHM_SIZE, 0);
-    return img.bytes;
+    return img.upTo(DevConfigMng::SHM_SIZE);
 }
 
 // ---- a raw image of the position and time records ---------------------------
@@ -128,12 +133,17 @@ constexpr uint64_t MOTION_AND_CAR[] = {0x4012D97C7F3321D2ull, 0x402BCCCCCCCCCCCD
                                        0x3FF8000000000000ull};
 constexpr int32_t SIZE_AND_ACCEL[] = {180, 450, -150, -300, 25, INT32_MIN, INT32_MAX};
 
-double doubleOf(uint64_t bits)
+// The value whose bits are given.
+template <typename T = double, typename Bits>
+T valueOfBits(Bits bits)
 {
-    double d;
-    memcpy(&d, &bits, sizeof d);
-    return d;
+    static_assert(sizeof(T) == sizeof(Bits), "as wide as the value");
+    T value;
+    memcpy(&value, &bits, sizeof value);
+    return value;
 }
+double doubleOf(uint64_t bits) { return valueOfBits(bits); }
+float floatOf(uint32_t bits) { return valueOfBits<float>(bits); }
 
 // Filled field by field through the records' own members.
 AbiRecords filledRecords()
@@ -217,8 +227,7 @@ std::vector<uint8_t> expectedUIImage()
     Image img;
     img.le(2, 4).le(STAMP, 8).raw("tablet", 6, 20).raw("driver", 6, 16).le(2, 4);
     img.le(STAMP, 8).raw(FIRST_20, 20, 20).raw(SECOND_16, 16, 16).le(3, 4);
-    img.bytes.resize(DevUIClientMng::SHM_SIZE, 0);
-    return img.bytes;
+    return img.upTo(DevUIClientMng::SHM_SIZE);
 }
 
 // latestIndex, count, slot 0 never written, slots 1 and 2 (stamp, type,
@@ -229,8 +238,7 @@ std::vector<uint8_t> expectedRecordImage()
     img.le(2, 4).le(2, 4).raw("", 0, 38);
     img.le(STAMP, 8).le(1, 4).le((uint32_t)-7, 4).le(0xFFFFFFFFu, 4).le(0xA2A1, 2).raw(DETAIL_16, 16, 16);
     img.le(STAMP, 8).le(2, 4).le(9, 4).le(5, 4).le(0, 2).raw("x", 1, 16);
-    img.bytes.resize(CommRecordMng::SHM_SIZE, 0);
-    return img.bytes;
+    return img.upTo(CommRecordMng::SHM_SIZE);
 }
 
 // Totals per type, the peer count, then rows of peerId and the type totals.
@@ -240,8 +248,7 @@ std::vector<uint8_t> expectedSumImage()
     img.le(1, 4).le(0xFFFFFFFFu, 8).le(1, 4).le(5, 8).le(2, 4);
     img.le((uint32_t)-7, 4).le(1, 4).le(0xFFFFFFFFu, 8).le(0, 4).le(0, 8);
     img.le(9, 4).le(0, 4).le(0, 8).le(1, 4).le(5, 8);
-    img.bytes.resize(CommSumMng::SHM_SIZE, 0);
-    return img.bytes;
+    return img.upTo(CommSumMng::SHM_SIZE);
 }
 
 // ---- participant records and the collision list --------------------------
@@ -326,12 +333,6 @@ std::vector<uint8_t> expectedCollisionImage()
 // Floats by their bits: 12.5, -1.0 (no time given), 3.0, 0.25.
 constexpr uint32_t F12_5 = 0x41480000, F_NONE = 0xBF800000, F3 = 0x40400000, F0_25 = 0x3E800000;
 
-float floatOf(uint32_t bits)
-{
-    float f;
-    memcpy(&f, &bits, sizeof f);
-    return f;
-}
 
 // Two lights given in reverse key order; the first has a phase with two
 // states and a phase with none, the second no phase at all.
@@ -396,8 +397,7 @@ std::vector<uint8_t> expectedLightImage()
         img.le(F_NONE, 4).le(F_NONE, 4);
     }
     img.le(0, 8).le(0x0102030405060708, 8).le(0, 5).le(0, 4);
-    img.bytes.resize(LMTLListMng::SHM_SIZE, 0);
-    return img.bytes;
+    return img.upTo(LMTLListMng::SHM_SIZE);
 }
 
 // count, then each record in order: stamp, position, infoID, sourceID[16],
@@ -411,8 +411,7 @@ std::vector<uint8_t> expectedRSIImage()
     img.le('S', 1).le('E', 1).le(LON, 8).le(0, 8).le(0, 8).le(ALT, 8);
     img.le('N', 1).le('E', 1).le(0, 8).le(LAT, 8).le(0, 8).le(0, 8);
     img.le(0, 8).le('N', 1).le('E', 1).raw("", 0, 24 + 2 + 16 + 4 + 2 + 256 + 1 + 4).le(0, 4);
-    img.bytes.resize(LMRSIListMng::SHM_SIZE, 0);
-    return img.bytes;
+    return img.upTo(LMRSIListMng::SHM_SIZE);
 }
 
 // count, then 16 records of stamp, valueInt, two bytes, two 8-byte fields.
@@ -423,8 +422,7 @@ std::vector<uint8_t> expectedPhaseResImage()
     for (int i = 0; i < 2; ++i) {
         img.le(STAMP, 8).le(0xFFFFFFFFu, 4).le(0x0706, 2).raw("12345678", 8, 8).le(0xFF00000000000000ull, 8);
     }
-    img.bytes.resize(LMTLPhaseResMng::SHM_SIZE, 0);
-    return img.bytes;
+    return img.upTo(LMTLPhaseResMng::SHM_SIZE);
 }
 
 // count, then 32 records of stamp, two bytes, text[256].
@@ -432,8 +430,7 @@ std::vector<uint8_t> expectedRSIResImage()
 {
     Image img;
     img.le(1, 4).le(STAMP, 8).le(0x0201, 2).raw(std::string(256, 'x').data(), 256, 256);
-    img.bytes.resize(LMRSIResMng::SHM_SIZE, 0);
-    return img.bytes;
+    return img.upTo(LMRSIResMng::SHM_SIZE);
 }
 
 // A list with no manager of its own: the records image under a spare key.
