@@ -20,20 +20,13 @@ ARM_SYSROOT=/usr/arm-linux-gnueabihf
 WAIT_READY_S=60
 
 # e_machine at offset 18 of the ELF header: 40 is 32-bit ARM.
-is_arm() {
-    [[ "$(od -An -tu2 -j18 -N2 "$1" | tr -d ' ')" == 40 ]]
-}
+abi_of() { if [[ "$(od -An -tu2 -j18 -N2 "$1" | tr -d ' ')" == 40 ]]; then echo arm; else echo host; fi; }
 
 # Sets CMD to the command line that runs binary $1.
 command_for() {
-    if is_arm "$1"; then
-        CMD=(qemu-arm -L "$ARM_SYSROOT" "$1")
-    else
-        CMD=("$1")
-    fi
+    CMD=("$1")
+    if [[ $(abi_of "$1") == arm ]]; then CMD=(qemu-arm -L "$ARM_SYSROOT" "$1"); fi
 }
-
-abi_of() { if is_arm "$1"; then echo arm; else echo host; fi; }
 
 ipc_objects() {
     ipcs -m -s | grep -c '^0x' || true
@@ -74,24 +67,16 @@ check_pair() {
     wait "$pid" || wrc=$?
     sed 's/^/    /' "$tmp/reader.out"
     if ((rc != 0 || wrc != 0)); then
-        echo "FAIL $label: reader exit $rc, writer exit $wrc"
-        return 1
-    fi
-    if (($(ipc_objects) != baseline)); then
-        echo "FAIL $label: IPC objects left behind"
-        ipcs -m -s
-        return 1
+        echo "FAIL $label: reader exit $rc, writer exit $wrc" && return 1
+    elif (($(ipc_objects) != baseline)); then
+        echo "FAIL $label: IPC objects left behind" && ipcs -m -s && return 1
     fi
     echo "ok   $label"
 }
 
 bins=("$@")
-pairs=()
-if ((${#bins[@]} == 2)); then
-    pairs=("1 0" "0 1" "0 0" "1 1")
-else
-    pairs=("0 0")
-fi
+pairs=("0 0")
+if ((${#bins[@]} == 2)); then pairs=("1 0" "0 1" "0 0" "1 1"); fi
 failed=0
 for p in "${pairs[@]}"; do
     read -r w r <<<"$p"
