@@ -19,25 +19,6 @@ std::vector<int64_t> keysOf(const Map& m)
 
 }  // namespace
 
-TEST(LMNodeExtend, WireRoundTripGivesEqualNodes)
-{
-    std::vector<LMNodeExtend> nodes = {sampleNode(7), sampleNode(-3), LMNodeExtend()};
-    std::vector<char> wire;
-    ASSERT_GT(LMMessageWriter::writeNodeList(nodes, &wire), 0);
-    int pos = 6;
-    for (const LMNodeExtend& original : nodes) {
-        std::vector<char> alone;
-        LMNodeExtend decoded;
-        ASSERT_EQ(decoded.DeSerialize(wire.data(), &pos, 0), LMMessageWriter::writeNode(original, &alone));
-        EXPECT_EQ(flatOf(decoded), flatOf(original));
-        for (const auto& link : decoded.links) {
-            EXPECT_EQ(link.first, +link.second.upstreamNodeId);
-            EXPECT_EQ(keysOf(link.second.lanes), keysOf(original.links.at(link.first).lanes));
-        }
-    }
-    EXPECT_EQ(pos, (int)wire.size());
-}
-
 TEST(LMNodeExtend, LaterChildWithSameKeyReplacesEarlier)
 {
     LMLinkExtend first;

@@ -143,11 +143,11 @@ TEST(LMNodeListMng, RefreshDropsStaleNodesAndInsertFromAnotherProcessMergesAndAp
     EXPECT_FALSE(owner.nodes.at(1).isPreciseOverTime(1.0));
 }
 
-TEST(LMNodeListMng, DeSerializeReplacesTheMapOrKeepsTheNodesBeforeABrokenOne)
+TEST(LMNodeListMng, DeSerializeGivesTheNodesSentOrKeepsThoseBeforeABrokenOne)
 {
     LMNodeListMng mng(true);
     std::vector<char> wire = hexBytes("ee ee ee");
-    ASSERT_GT(LMMessageWriter::writeNodeList({sampleNode(7), sampleNode(-3)}, &wire), 0);
+    ASSERT_GT(LMMessageWriter::writeNodeList({sampleNode(7), sampleNode(-3), LMNodeExtend()}, &wire), 0);
     mng.nodes[100] = sampleNode(100);
     int pos = 3;
     int negative = -1;
@@ -158,7 +158,7 @@ TEST(LMNodeListMng, DeSerializeReplacesTheMapOrKeepsTheNodesBeforeABrokenOne)
     EXPECT_EQ(mng.nodes.count(100), 1u);  // untouched on bad arguments
     EXPECT_EQ(mng.DeSerialize(wire.data(), &pos, 0), (int)wire.size() - 3);
     EXPECT_EQ(pos, (int)wire.size());
-    EXPECT_EQ(imagesOf(mng.nodes), imagesOf({{-3, sampleNode(-3)}, {7, sampleNode(7)}}));
+    EXPECT_EQ(imagesOf(mng.nodes), imagesOf({{-3, sampleNode(-3)}, {0, LMNodeExtend()}, {7, sampleNode(7)}}));
 
     std::vector<char> first;
     LMMessageWriter::writeNode(sampleNode(7), &first);
