@@ -1,5 +1,6 @@
 // The participant lists: their keys, insert and refresh, ageing, the one
 // record past the array, damaged counts, and the identifiers they give out.
+#include <atomic>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <set>
@@ -202,19 +203,24 @@ TEST(PtcIdentifiers, BothCountersWrapTheirOwnWay)
     PtcLocalIDMng::next_id = 1;
     std::vector<unsigned short> drawnBy[4];
     std::vector<std::thread> threads;
+    std::atomic<bool> go(false);
     for (auto& mine : drawnBy) {
-        threads.emplace_back([&mine] {
-            for (int i = 0; i < 5000; ++i) {
+        threads.emplace_back([&mine, &go] {
+            mine.reserve(16000);
+            while (!go) {
+            }
+            for (int i = 0; i < 16000; ++i) {
                 mine.push_back(PtcLocalIDMng::getNextLocalID());
             }
         });
     }
+    go = true;
     std::set<unsigned short> all;
     for (int t = 0; t < 4; ++t) {
         threads[t].join();
         all.insert(drawnBy[t].begin(), drawnBy[t].end());
     }
-    EXPECT_EQ(all.size(), 20000u);
+    EXPECT_EQ(all.size(), 64000u);  // fewer than 65535: no wrap
 
     // Device-wide: 0 is given out, the value after the increment.
     Seg<DevPTCGivenIDMng> given(true);

@@ -29,12 +29,3 @@ TEST(IF_Refreshable, AgeComparisonIsStrict)
         EXPECT_EQ(rec.isPreciseOverTime(c.limit), c.over) << "stamp " << c.stamp << " limit " << c.limit;
     }
 }
-
-TEST(IF_Refreshable, RefreshStampsTheWallClock)
-{
-    IF_Refreshable rec;
-    double before = TimeTool::getPreciseTimeNow();
-    rec.refreshTime();
-    EXPECT_GE(rec.getLatestRefreshTime(), before);
-    EXPECT_LE(rec.getLatestRefreshTime(), TimeTool::getPreciseTimeNow());
-}
