@@ -45,7 +45,59 @@ LMNodeExtend stampedNode(int64_t id, double age)
     return node;
 }
 
+int writeSegment(void* shm, void* arg)
+{
+    memcpy(shm, static_cast<std::vector<char>*>(arg)->data(), SIZE);
+    return 1;
+}
+
 }  // namespace
+
+TEST(LMNodeListMng, UpdateRefillsTheLocalMapAsAFreshDecodeWould)
+{
+    // One manager throughout, so that each update refills records left by the
+    // image before: more or fewer nodes, links and lanes; node 3 twice, the
+    // later one winning; the last image's third node cut off by the segment.
+    LMNodeExtend fewer = sampleNode(2);
+    fewer.links.erase(1002);
+    fewer.links[2002].lanes[9].laneID = 9;
+    LMNodeExtend renamed = sampleNode(3);
+    renamed.name[0] = 'X';
+    renamed.links.erase(1003);
+    LMNodeExtend cut = sampleNode(5);
+    cut.links[1005].points.resize(SIZE / 34);
+    const std::vector<std::vector<LMNodeExtend>> images = {{sampleNode(1), sampleNode(2), sampleNode(3)},
+                                                           {sampleNode(3), renamed, fewer, sampleNode(7)},
+                                                           {sampleNode(4), fewer},
+                                                           {},
+                                                           {sampleNode(1), fewer, cut}};
+    LMNodeListMng mng(true);
+    for (const auto& nodes : images) {
+        std::vector<char> image(4);
+        int32_t count = (int32_t)nodes.size();
+        memcpy(image.data(), &count, 4);
+        for (const LMNodeExtend& node : nodes) {
+            std::vector<char> flat = flatOf(node);
+            image.insert(image.end(), flat.begin(), flat.end());
+        }
+        image.resize(SIZE, 0);
+        ASSERT_EQ(mng.operateSHMNotSafe(writeSegment, &image), 1);
+        NodeMap fresh;
+        int code = 1;
+        int pos = 4;
+        for (int32_t i = 0; i < count; ++i) {
+            LMNodeExtend node;
+            if (node.buffer2Obj(image.data(), &pos, SIZE) < 0) {
+                code = -1;
+                break;
+            }
+            fresh[+node.nodeId] = node;
+        }
+        EXPECT_EQ(code, &nodes == &images.back() ? -1 : 1);
+        EXPECT_EQ(mng.update(), code) << count << " nodes";
+        EXPECT_EQ(imagesOf(mng.nodes), imagesOf(fresh)) << count << " nodes";
+    }
+}
 
 TEST(LMNodeListMng, NothingLargerThanTheSegmentIsWrittenOrRead)
 {
