@@ -22,7 +22,6 @@ launch
 help extra
 status extra
 check nolist
-check @L
 owner nolist
 owner --except nolist
 owner --bogus
@@ -30,7 +29,6 @@ config
 config drop k
 config list extra
 config get @E
-config get @L
 config set k u8 256
 config set k u8 -1
 config set k i32 2147483648
@@ -41,7 +39,6 @@ config set k f64 nan
 config set k f64 -inf
 config set k f64 1e999
 config set k f64 1.5x
-config set k text @L
 config set k text xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx
 config set abcdefghijklmnopq i32 1
 config set k float 1
@@ -63,7 +60,6 @@ show phases --bogus
 show rsi-results x
 show comm --key x
 show comm -n -1
-show comm --key 99999999999
 show ui x
 show ptc x
 show obu --bogus
@@ -72,7 +68,6 @@ show targets --key nan
 show collisions x
 show procs --stale nan
 show procs --stale -1
-show procs --stale inf
 show procs extra
 gnss
 gnss push --bogus
@@ -91,7 +86,6 @@ map load
 map load @E
 map load @D
 map load @Z
-map load @L
 map age x
 locate nan 30 0
 locate 120 inf 0
@@ -113,12 +107,10 @@ rsi age x
 frame
 frame bogus
 frame decode @E
-frame decode nan
 frame decode @L
 frame decode -
 frame decode fafb0
 frame build --type 256 --subtype 1
-frame build --type -1 --subtype 1
 frame build --type nan --subtype 1
 frame build --type 1x --subtype 1
 frame build --type 1 --subtype 2 zz
@@ -136,7 +128,6 @@ comm log --type 1 --peer 1 --length 1 --detail @L
 comm log --type 1 --peer 1 --length 1 --detail 12345678901234567
 comm log --bogus
 ptc push --ptc-id 65536 --source 1 --source-id a --lon 1 --lat 1
-ptc push --ptc-id -1 --source 1 --source-id a --lon 1 --lat 1
 ptc push --ptc-id 1 --source 1 --source-id a --lon nan --lat 1
 ptc push --ptc-id 1 --source 1 --source-id a --lon 1 --lat inf
 ptc push --ptc-id 1 --source 1 --source-id a --lon 1 --lat 1 --speed -inf
@@ -159,7 +150,6 @@ id
 id next extra
 feed
 feed @E
-feed @L
 feed a @L
 feed sixteen_chars_xy
 feed a b c
@@ -168,7 +158,6 @@ log listen --port 0
 log listen --port 65536
 log listen --port nan
 log listen --count 0
-log listen --count -1
 log listen --count x
 TABLE
 )
