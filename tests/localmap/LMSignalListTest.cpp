@@ -203,14 +203,13 @@ TEST(LMSignalResults, CommitStoresAtMostCapacityAndUpdateBoundsTheCount)
     }
 }
 
-// A receiving process inserts into lists owned by this one; the owner reads
-// what it inserted, then the child reads the owner's results.
-TEST(LMSignalLists, ReceiverAndReaderInOtherProcessesSeeTheSameLists)
+// A receiving process inserts into lists owned by this one, and the owner
+// reads what it inserted. (The result lists are read by another process in
+// the cross-ABI image check.)
+TEST(LMSignalLists, ReceiverInAnotherProcessFillsTheOwnersLists)
 {
     LMTLListMng lights(true);
     LMRSIListMng rsi(true);
-    LMTLPhaseResMng phaseRes(true);
-    LMRSIResMng rsiRes(true);
     pid_t child = forkChild([] {
         LMTLListMng l(false);
         LMRSIListMng r(false);
@@ -223,17 +222,4 @@ TEST(LMSignalLists, ReceiverAndReaderInOtherProcessesSeeTheSameLists)
     ASSERT_TRUE(lights.update() == 1 && rsi.update() == 1);
     EXPECT_EQ(lights.lights.at(1001).phases.count(2), 1u);
     EXPECT_EQ(rsiTexts(rsi.records), (std::vector<std::string>{"rsu/1:works", "rsu/2:school"}));
-
-    phaseRes.phaseResults.assign(2, LMTLPhaseRes());
-    phaseRes.phaseResults[1].valueInt = 245;
-    rsiRes.rsiResults.assign(1, LMRSIRes());
-    strcpy(rsiRes.rsiResults[0].text, "works");
-    ASSERT_TRUE(phaseRes.commit() == 1 && rsiRes.commit() == 1);
-    child = forkChild([] {
-        LMTLPhaseResMng p(false);
-        LMRSIResMng r(false);
-        return p.update() == 1 && r.update() == 1 && p.phaseResults.size() == 2 && p.phaseResults[1].valueInt == 245
-                && r.rsiResults.size() == 1 && strcmp(r.rsiResults[0].text, "works") == 0 ? 0 : 1;
-    });
-    EXPECT_EQ(waitChild(child), 0);
 }
