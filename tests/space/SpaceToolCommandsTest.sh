@@ -14,10 +14,7 @@ trap 'rm -rf "$OUT"' EXIT
 v2x() { "${EMU[@]}" "$TOOL" "$@"; }
 
 fails=0
-fail() {
-    echo "FAIL: $*"
-    fails=$((fails + 1))
-}
+fail() { echo "FAIL: $*"; fails=$((fails + 1)); }
 # expect RC DESCRIPTION ARGS...: runs the tool, keeps stdout/stderr in $OUT.
 expect() {
     local want=$1 desc=$2
@@ -113,8 +110,5 @@ kill -TERM "$OWNER"
 wait "$OWNER" || fail "owner exit $?: $(cat "$OUT/owner")"
 [ "$(segments)" -eq 0 ] || fail "owner left segments behind: $(ipcs -m)"
 
-if [ "$fails" -ne 0 ]; then
-    echo "$fails failures"
-    exit 1
-fi
+[ "$fails" -eq 0 ] || { echo "$fails failures"; exit 1; }
 echo "all space tool checks passed"
