@@ -39,12 +39,16 @@ public:
     // Callback for operateSHMNotSafe: puts one ConfigInfo (arg) into the list,
     // replacing an entry with the same key and keeping the list sorted.
     // 1; -1 when a new key would not fit in the 128 slots (list unchanged).
+    // A writer killed inside it loses no entry: at worst one entry is left
+    // twice side by side, and the next insert closes that gap.
     static int insertConfig2SHM(void* shm, void* entry);
 
     std::map<std::string, ConfigInfo> configs;  // the local copy, by key text
 
 private:
     static std::string keyOf(const ConfigInfo& info);
+    // Puts the entry into a list that is not in key order, rewriting it whole.
+    static int rebuildConfigList(DevConfigListInShm* list, const ConfigInfo* info);
 };
 
 #endif

@@ -51,6 +51,27 @@ TEST(DevConfigMng, InsertIntoListKeepsItSortedAndReplacesSameKey)
     EXPECT_EQ(intAt(*list, 0), 3);
 }
 
+TEST(DevConfigMng, InsertRepairsAnEntryLeftTwiceAndAListOutOfOrder)
+{
+    // A writer killed inside an insert leaves an entry twice side by side;
+    // another writer may leave the list out of order. Either way the next
+    // insert gives the sorted list with every key once.
+    for (const std::vector<std::string>& before : {std::vector<std::string>{"a", "b", "b", "d"}, {"d", "a", "b"}}) {
+        std::unique_ptr<DevConfigListInShm> list(new DevConfigListInShm);
+        for (const std::string& key : before) {
+            list->items[list->count] = intEntry(key, 1);
+            list->count = list->count + 1;
+        }
+        ConfigInfo entry = intEntry("c", 2);
+        ASSERT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &entry), 1);
+        std::vector<std::string> keys;
+        for (int i = 0; i < list->count; ++i) {
+            keys.push_back(keyAt(*list, i));
+        }
+        EXPECT_EQ(keys, (std::vector<std::string>{"a", "b", "c", "d"})) << before.size();
+    }
+}
+
 TEST(DevConfigMng, InsertIntoFullListReplacesButRefusesNewKeys)
 {
     std::unique_ptr<DevConfigListInShm> list(new DevConfigListInShm);
