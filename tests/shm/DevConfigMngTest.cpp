@@ -22,6 +22,15 @@ std::string keyAt(const DevConfigListInShm& list, int i)
     return std::string(list.items[i].key, strnlen(list.items[i].key, ConfigInfo::KEY_LEN));
 }
 
+std::vector<std::string> keysOf(const DevConfigListInShm& list)
+{
+    std::vector<std::string> keys;
+    for (int i = 0; i < list.count; ++i) {
+        keys.push_back(keyAt(list, i));
+    }
+    return keys;
+}
+
 int32_t intAt(const DevConfigListInShm& list, int i)
 {
     int32_t v = 0;
@@ -41,14 +50,20 @@ TEST(DevConfigMng, InsertIntoListKeepsItSortedAndReplacesSameKey)
         EXPECT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &entry), 1) << key;
         EXPECT_EQ(keyAt(*list, 127), "sentinel") << key;
     }
-    std::vector<std::string> keys;
-    for (int i = 0; i < list->count; ++i) {
-        keys.push_back(keyAt(*list, i));
-    }
     // Byte order, capitals first; the second "a" replaced the first in place.
-    EXPECT_EQ(keys, (std::vector<std::string>{"Z", "a", "aa", "m", "sixteen_chars_oj", "sixteen_chars_ok"}));
+    EXPECT_EQ(keysOf(*list), (std::vector<std::string>{"Z", "a", "aa", "m", "sixteen_chars_oj", "sixteen_chars_ok"}));
     EXPECT_EQ(intAt(*list, 1), 7);
     EXPECT_EQ(intAt(*list, 0), 3);
+    // Full: an entry is still replaced, a new key refused.
+    for (int i = 6; i < 128; ++i) {
+        ConfigInfo entry = intEntry("k" + std::to_string(i), i);
+        ASSERT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &entry), 1);
+    }
+    ConfigInfo extra = intEntry("k9999", 1), again = intEntry("m", -7);
+    EXPECT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &extra), -1);
+    EXPECT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &again), 1);
+    EXPECT_EQ(list->count, 128);
+    EXPECT_EQ(intAt(*list, 125), -7);
 }
 
 TEST(DevConfigMng, InsertRepairsAnEntryLeftTwiceAndAListOutOfOrder)
@@ -64,28 +79,8 @@ TEST(DevConfigMng, InsertRepairsAnEntryLeftTwiceAndAListOutOfOrder)
         }
         ConfigInfo entry = intEntry("c", 2);
         ASSERT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &entry), 1);
-        std::vector<std::string> keys;
-        for (int i = 0; i < list->count; ++i) {
-            keys.push_back(keyAt(*list, i));
-        }
-        EXPECT_EQ(keys, (std::vector<std::string>{"a", "b", "c", "d"})) << before.size();
+        EXPECT_EQ(keysOf(*list), (std::vector<std::string>{"a", "b", "c", "d"})) << before.size();
     }
-}
-
-TEST(DevConfigMng, InsertIntoFullListReplacesButRefusesNewKeys)
-{
-    std::unique_ptr<DevConfigListInShm> list(new DevConfigListInShm);
-    for (int i = 0; i < 128; ++i) {
-        ConfigInfo entry = intEntry("k" + std::to_string(1000 + i), i);
-        ASSERT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &entry), 1);
-    }
-    ConfigInfo extra = intEntry("k9999", 1);
-    EXPECT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &extra), -1);
-    EXPECT_EQ(list->count, 128);
-    EXPECT_EQ(keyAt(*list, 127), "k1127");
-    ConfigInfo again = intEntry("k1127", -7);
-    EXPECT_EQ(DevConfigMng::insertConfig2SHM(list.get(), &again), 1);
-    EXPECT_EQ(intAt(*list, 127), -7);
 }
 
 TEST(DevConfigMng, InsertConfigChecksKeyAndTypeBeforeTouchingTheMap)
@@ -141,19 +136,13 @@ TEST(DevConfigMng, UpdateTrustsNoCountBeyondTheList)
         seg->items[i] = intEntry("k" + std::to_string(1000 + i), i);
     }
     seg->items[1] = intEntry("k1000", 77);  // a later duplicate wins
-    struct {
-        int32_t count;
-        size_t entries;
-    } cases[] = {{0, 0}, {2, 1}, {3, 2}, {-5, 0}, {1000, 127}, {128, 127}};
-    for (const auto& c : cases) {
+    for (auto c : {std::make_pair(2, 1), {-5, 0}, {1000, 127}, {128, 127}}) {  // count, entries seen
         DevConfigMng reader(false);
         int32_t v = 1;
-        reader.insertConfig("local", ConfigInfo::FOUR_BYTES, &v);
-        seg->count = c.count;
-        ASSERT_EQ(reader.update(), 1) << "count " << c.count;
-        EXPECT_EQ(reader.configs.size(), c.entries) << "count " << c.count;
-        EXPECT_EQ(reader.configs.count("local"), 0u);
-        EXPECT_EQ(reader.getValueByKey("k1000", &v), c.entries > 0 ? 1 : -1);
-        EXPECT_EQ(v, c.entries > 0 ? 77 : 1) << "count " << c.count;
+        seg->count = c.first;
+        ASSERT_EQ(reader.update(), 1) << "count " << c.first;
+        EXPECT_EQ(reader.configs.size(), (size_t)c.second) << "count " << c.first;
+        EXPECT_EQ(reader.getValueByKey("k1000", &v), c.second > 0 ? 1 : -1);
+        EXPECT_EQ(v, c.second > 0 ? 77 : 1) << "count " << c.first;
     }
 }

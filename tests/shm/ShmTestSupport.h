@@ -23,7 +23,6 @@ public:
 
 // Look-up-only probes of the kernel's IPC tables (they never create).
 inline bool segmentExists(int key) { return shmget(key, 0, 0) != -1; }
-inline bool semaphoreExists(int key) { return semget(key, 0, 0) != -1; }
 // The semaphore's value, or -1 when there is no set.
 inline int semValue(int key)
 {
