@@ -83,8 +83,9 @@ expect_grep "location as json" '^\{"nodeId":1001,"upstreamNodeId":1005,.*"maxSpe
     --json show location
 expect_error "locate from an absent fix" 1 'no GNSS fix' locate --gnss
 
-expect_out "age keeps fresh nodes" \
-    "aged the map list: 2 nodes before, 2 after (0 not refreshed for more than 10.0 s dropped)" map age
+expect_fresh "age keeps fresh nodes" 10 \
+    "aged the map list: 2 nodes before, 2 after (0 not refreshed for more than 10.0 s dropped)" \
+    'v2x map load "$SAMPLE" >/dev/null' map age
 
 stop_owner TERM
 expect_no_ipc "a stopped owner leaves nothing"

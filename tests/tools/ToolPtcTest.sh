@@ -13,11 +13,12 @@ expect_out "first push inserts" 'inserted in obu: id "obu-b", local id 1' \
     obu push --id obu-b --lon 120.1205 --lat 30.0 --speed 8 --heading 270
 expect_out "second push refreshes" '{"list":"obu","result":"refreshed","localID":1}' \
     --json obu push --id obu-b --lon 120.12 --lat 30.0009 --speed 8 --heading 270
+# Any age under the 2 s limit: a loaded ARM machine may take a second to show it.
+expect_grep "the refreshed position is shown" '^  local 1  id "obu-b"  lon 120.1200000, lat 30.0009000  speed 8 m/s  heading 270 deg  age [01]\.[0-9]{3} s$' show obu
 expect_grep "another source is another participant" 'inserted in ptc: ptcID 7  source 2' \
     ptc push --ptc-id 7 --source 2 --source-id cam-1 --lon 120.12 --lat 30.0 --heading 90
 v2x ptc push --ptc-id 7 --source 1 --source-id cam-1 --lon 120.12 --lat 30.0 >/dev/null
 expect_grep "ptc list keeps both" '"count":2,.*"source":2,.*"source":1,' --json show ptc
-expect_grep "the refreshed position is shown" '^  local 1  id "obu-b"  lon 120.1200000, lat 30.0009000  speed 8 m/s  heading 270 deg  age 0\.[0-9]{3} s$' show obu
 
 expect_error "targets need an own fix" 1 'no own fix stored yet' targets build
 v2x gnss push --lon 120.12 --lat 29.9991 --speed 10 --heading 0 >/dev/null
@@ -27,9 +28,12 @@ expect_grep "targets measured from the fix" '^  type 2  distance 200\.2 m  beari
 expect_grep "published targets readable" '"list":"targets","count":3,"records":\[\{"tgtType":1,"distance":100\.07' \
     --json show targets
 expect_out "collisions start empty" "collisions: 0 records" show collisions
-expect_out "ageing keeps fresh records" \
+refresh_all="v2x obu push --id obu-b --lon 120.12 --lat 30.0009 >/dev/null
+    v2x ptc push --ptc-id 7 --source 2 --source-id cam-1 --lon 120.12 --lat 30.0 >/dev/null
+    v2x ptc push --ptc-id 7 --source 1 --source-id cam-1 --lon 120.12 --lat 30.0 >/dev/null"
+expect_fresh "ageing keeps fresh records" 2 \
     "aged the participant lists (records not refreshed for more than 2.0 s dropped): ptc 2 -> 2, obu 1 -> 1, rsu 0 -> 0" \
-    ptc age
+    "$refresh_all" ptc age
 expect_out "identifiers drawn device-wide" "device-wide participant id 1" id next
 expect_out "the next one" '{"givenID":2}' --json id next
 
