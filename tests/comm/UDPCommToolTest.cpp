@@ -6,28 +6,20 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <string>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <vector>
 
 #include "shm/ThreadTool.h"
-#include "support/Loopback.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 // A thread body's callbacks end it with pthread_exit once the test has seen
-// enough (the loops themselves never end); `done` tells the test.
-std::atomic<bool> done;
-std::atomic<int> calls, pings;
+// enough (the loops themselves never end), and count it in `ended`.
+std::atomic<int> ended, calls, pings;
 std::string seen[3];  // receive: "length first-byte zeros-after"
-
-bool waitDone(int timeoutMs)
-{
-    for (int waited = 0; !done && waited < timeoutMs; waited += 5) {
-        usleep(5000);
-    }
-    return done;
-}
 
 int onRecv(char* data, sockaddr_in*, int len)
 {
@@ -37,7 +29,7 @@ int onRecv(char* data, sockaddr_in*, int len)
     bool zeros = std::all_of(data + len, data + UDPCommTool::BUFFER_SIZE, [](char c) { return c == 0; });
     seen[calls] = std::to_string(len) + " " + data[0] + (zeros ? " zeros" : "");
     if (++calls == 3) {
-        done = true;
+        ++ended;
         pthread_exit(nullptr);
     }
     return 0;
@@ -47,26 +39,28 @@ int onRecv(char* data, sockaddr_in*, int len)
 // (Slot) so that a loaded machine delays them alike; each ends itself after
 // `cycles` sends.
 constexpr int CYCLES = 200;
-std::atomic<int> ended;
 Clock::time_point builds[3][CYCLES + 1];
 
 template <int Slot>
 int onBuild(char* buf, int start, int capacity)
 {
     static int n = 0;
+    if (n > CYCLES) {
+        ++ended;
+        pthread_exit(nullptr);
+    }
     builds[Slot][n++] = Clock::now();
     return start == 0 && capacity == UDPCommTool::BUFFER_SIZE ? (buf[0] = 'x', 1) : -1;
 }
 
-template <int Slot>
-int onSend(char*, int len)
+int onSend(char*, int) { return 0; }
+
+bool waitEnded(int threads)
 {
-    static int n = 0;
-    if (len != 1 || ++n > CYCLES) {
-        ++ended;
-        pthread_exit(nullptr);
+    for (int waited = 0; ended < threads && waited < 60000; waited += 5) {
+        usleep(5000);
     }
-    return 0;
+    return ended == threads;
 }
 
 // The sleeps between builds of one sender (µs), sorted.
@@ -84,39 +78,25 @@ std::vector<double> sleepsOf(int slot)
 
 TEST(UDPCommTool, SendsAndListensOnLoopback)
 {
-    int collector = bindLoopback(SOCK_DGRAM, 0);
-    unsigned short port = localPort(collector);
+    std::string ping = "ping", big(10001, 'y'), exact(10000, 'x'), small = "abc";
     int own = socket(AF_INET, SOCK_DGRAM, 0);
-    char text[] = "data";
-    EXPECT_EQ(UDPCommTool::UDPSend("127.0.0.1", port, text, 2), 2);
-    EXPECT_EQ(UDPCommTool::UDPSend(own, "127.0.0.1", port, text, 4), 4);
-    EXPECT_EQ(UDPCommTool::UDPSend(own, "999.0.0.1", port, text, 4), -1);
-    std::string got;
-    EXPECT_TRUE(readChunk(collector, &got) && got == "da");
-    EXPECT_TRUE(readChunk(collector, &got) && got == "data");
-    close(collector);
-    EXPECT_EQ(UDPCommTool::UDPSend("127.0.0.1", port, text, 4), 4);  // nobody listens: still sent
+    EXPECT_EQ(UDPCommTool::UDPSend(own, "999.0.0.1", 11102, &ping[0], 4), -1);
+    EXPECT_EQ(UDPCommTool::UDPSend("127.0.0.1", 11102, &ping[0], 4), 4);  // nobody listens yet: still sent
 
     // The listening thread cuts at its 10,000-byte buffer and zeroes the rest.
     UDPListenParam param = {11102, onRecv};
-    calls = 0, done = false;
     ASSERT_EQ(ThreadTool::createNewThread(UDPCommTool::thr_Litsen2Port, &param), 1);
-    std::string ping = "ping", big(10001, 'y'), exact(10000, 'x'), small = "abc";
     for (int i = 0; i < 250 && pings == 0; ++i, usleep(20000)) {  // until the thread listens
         UDPCommTool::UDPSend(own, "127.0.0.1", 11102, &ping[0], 4);
     }
     for (std::string* d : {&exact, &big, &small}) {
         UDPCommTool::UDPSend(own, "127.0.0.1", 11102, &(*d)[0], (int)d->size());
     }
-    ASSERT_TRUE(waitDone(10000));
+    ASSERT_TRUE(waitEnded(1));
     EXPECT_EQ(seen[0] + "|" + seen[1] + "|" + seen[2], "10000 x zeros|10000 y zeros|3 a zeros");
 
     // That thread left its socket bound: a second listener cannot bind.
-    testing::internal::CaptureStdout();
     EXPECT_EQ(UDPCommTool::thr_Litsen2Port(&param), nullptr);
-    UDPRecvParam bad = {-1, onRecv};
-    EXPECT_EQ(UDPCommTool::thr_RecvFromSocket(&bad), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Bind error.\nrecvfrom socket error\n");
     close(own);
 }
 
@@ -133,21 +113,17 @@ TEST(UDPCommTool, PeriodicSleepsSpreadOverThePeriodAboveTheFloor)
     // floor, at once. A sleep can only overrun, so minima are compared with
     // the floor and the rest with the plain sender's sleeps, never with
     // absolute bounds.
-    UDPRandomPeriodParam jittered = {10000, 5000, onBuild<0>, onSend<0>};
-    UDPPeriodParam plain = {10000, onBuild<1>, onSend<1>}, belowFloor = {0, onBuild<2>, onSend<2>};
+    UDPRandomPeriodParam jittered = {10000, 5000, onBuild<0>, onSend};
+    UDPPeriodParam plain = {10000, onBuild<1>, onSend}, belowFloor = {0, onBuild<2>, onSend};
     ended = 0;
     ASSERT_EQ(ThreadTool::createNewThread(UDPCommTool::thr_PeriodSendWithRandomTimeOffset, &jittered), 1);
     ASSERT_EQ(ThreadTool::createNewThread(UDPCommTool::thr_PeriodSend, &plain), 1);
     ASSERT_EQ(ThreadTool::createNewThread(UDPCommTool::thr_PeriodSend, &belowFloor), 1);
-    for (int waited = 0; ended < 3 && waited < 60000; waited += 5) {
-        usleep(5000);
-    }
-    ASSERT_EQ(ended, 3);
+    ASSERT_TRUE(waitEnded(3));
     std::vector<double> j = sleepsOf(0), p = sleepsOf(1), f = sleepsOf(2);
     auto at = [](const std::vector<double>& s, double q) { return s[(size_t)(q * (s.size() - 1))]; };
     double plainMedian = at(p, 0.5);
-    EXPECT_GE(j.front(), 5000.0);
-    EXPECT_GE(f.front(), 5000.0);
+    EXPECT_GE(std::min(j.front(), f.front()), 5000.0);
     EXPECT_LT(j.front(), plainMedian - 2500.0);  // the jitter shortens some sleeps ...
     EXPECT_GT(at(j, 0.9), plainMedian + 2500.0);  // ... and lengthens others
     // Around the same period: the plain sleeps spread by the offsets the
@@ -160,8 +136,4 @@ TEST(UDPCommTool, PeriodicSleepsSpreadOverThePeriodAboveTheFloor)
     std::sort(model.begin(), model.end());
     EXPECT_NEAR(at(j, 0.5), at(model, 0.5), 1500.0);
     EXPECT_LT(at(f, 0.5), plainMedian - 2500.0);  // the floor, not the period
-    printf("sleeps (us), min/median/max: jittered %.0f/%.0f/%.0f (model median %.0f), plain %.0f/%.0f/%.0f, "
-           "below the floor %.0f/%.0f/%.0f\n",
-           j.front(), at(j, 0.5), j.back(), at(model, 0.5), p.front(), plainMedian, p.back(), f.front(), at(f, 0.5),
-           f.back());
 }
