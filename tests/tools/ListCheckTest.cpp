@@ -125,6 +125,8 @@ TEST(ListCheck, CleanListsAreConsistentAbsentOnesAreNoFault)
     Unit unit;
     // The participant lists accept one record past their array.
     damage(PTCListMng::SHM_KEY, [](char* seg) { put32(seg, PTCListMng::CAPACITY + 1); });
+    // With every peer row taken, a new peer's messages raise the totals only.
+    damage(77602, [](char* seg) { put32(seg, 3), put32(seg + offsetof(CommSum, peerCount), CommSum::PEER_CAPACITY); });
     std::vector<ListCheckResult> all = checkLists({}, quick());
     ASSERT_EQ(all.size(), checkedListNames().size());
     for (const ListCheckResult& r : all) {
