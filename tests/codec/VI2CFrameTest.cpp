@@ -1,5 +1,5 @@
-// The framed message byte for byte, its refusals, and the stream reader
-// against one resolveFrame walk over the whole stream.
+// The framed message byte for byte, its refusals, and the stream reader fed
+// in pieces of every size.
 #include "codec/VI2CFrame.h"
 
 #include <cstring>
@@ -45,22 +45,6 @@ int resolve(const Bytes& bytes, int len, VI2CFrame* f)
     return rc;
 }
 
-// The frames of a single walk over the whole stream, moving one byte on after
-// every failure.
-std::vector<Bytes> walk(const Bytes& stream)
-{
-    std::vector<Bytes> found;
-    for (int pos = 0; pos < (int)stream.size();) {
-        VI2CFrame f;
-        if (f.resolveFrame((const char*)stream.data(), &pos, (int)stream.size() - pos) > 0) {
-            found.push_back(imageOf(f));
-        } else {
-            ++pos;
-        }
-    }
-    return found;
-}
-
 }  // namespace
 
 TEST(VI2CFrame, GoldenBytesAndRefusedLengthsOnBuild)
@@ -77,7 +61,7 @@ TEST(VI2CFrame, GoldenBytesAndRefusedLengthsOnBuild)
     }
 }
 
-TEST(VI2CFrame, EverySingleByteChangeAndTruncationIsRefused)
+TEST(VI2CFrame, EverySingleByteChangeTruncationAndLengthOutsideTheDataIsRefused)
 {
     VI2CFrame f;
     for (size_t i = 0; i < EXAMPLE.size(); ++i) {
@@ -93,10 +77,8 @@ TEST(VI2CFrame, EverySingleByteChangeAndTruncationIsRefused)
     }
     // The header is read before the frame is judged.
     EXPECT_EQ(f.frameType + f.frameSubType * 10 + f.dataLen * 100, 1 + 20 + 200);
-}
 
-TEST(VI2CFrame, ReceivedLengthsOutsideTheDataAreaAreCorrupt)
-{
+    // Received lengths outside the data area are corrupt.
     Bytes big = {0xFA, 0xFB, 0x00, 0x00, 0x08, 0x01};  // 2049 data bytes, check byte right
     big.resize(6 + 2049 + 1, 0);
     big.back() = 0x08 ^ 0x01;
@@ -106,7 +88,6 @@ TEST(VI2CFrame, ReceivedLengthsOutsideTheDataAreaAreCorrupt)
         {0xFA, 0xFB, 0x00, 0x07, 0xFF, 0xFC, 0x00},  // -4: the empty XOR equals the type byte
         big};
     for (const Bytes& bytes : forged) {
-        VI2CFrame f;
         EXPECT_EQ(resolve(bytes, (int)bytes.size(), &f), -3);
     }
 }
@@ -114,21 +95,20 @@ TEST(VI2CFrame, ReceivedLengthsOutsideTheDataAreaAreCorrupt)
 // Stray bytes, a frame inside a corrupt frame's data, an announced length beyond
 // the data area, a lone start byte, and a frame cut short at the end whose
 // bytes hide one more frame. Every frame comes out with its last byte.
-TEST(VI2CFrameStream, PiecesOfAnySizeGiveTheFramesOfOneWalk)
+TEST(VI2CFrameStream, PiecesOfAnySizeGiveEveryWholeFrameAsItsLastByteArrives)
 {
     Bytes inner = build(3, 3, {0xFA, 0xFB});
     Bytes corrupt = build(4, 0, inner);
     corrupt.back() ^= 0x01;
     Bytes tail = {0xFA, 0xFB, 0x05, 0x05, 0x00, 0x30};
-    Bytes tailFrame = build(6, 6, {});
+    Bytes tailFrame = build(6, 6, {}), long300 = build(7, 1, Bytes(300, 0x42));
     Bytes stream;
     for (const Bytes& p : {Bytes{0x00, 0xFB, 0xFA}, EXAMPLE, corrupt, Bytes{0xFA, 0xFB, 0, 0, 0x7F, 0xFF, 0x01},
-                           Bytes{0xFA}, build(7, 1, Bytes(300, 0x42)), tail, tailFrame}) {
+                           Bytes{0xFA}, long300, tail, tailFrame}) {
         stream.insert(stream.end(), p.begin(), p.end());
     }
-    std::vector<Bytes> expected = walk(stream);
-    ASSERT_EQ(expected.size(), 4u);  // after stray bytes, and back to back with the corrupt frame and the one inside it
-    EXPECT_TRUE(expected[0] == EXAMPLE && expected[1] == inner && expected[3] == tailFrame);
+    // After stray bytes, the frame inside the corrupt one, and the frame the cut one hides.
+    const std::vector<Bytes> expected = {EXAMPLE, inner, long300, tailFrame};
 
     for (size_t piece = 1; piece <= stream.size(); ++piece) {
         VI2CFrameStream s;

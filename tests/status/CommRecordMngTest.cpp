@@ -6,6 +6,7 @@
 #include <climits>
 #include <gtest/gtest.h>
 #include <memory>
+#include <vector>
 
 #include "status/CommSumMng.h"
 #include "support/ByteImage.h"
@@ -38,8 +39,8 @@ TEST(CommRecordMng, RingFillsFromSlotOneWrapsAndStaysInRange)
             CommInfo info = message(1, 7, (uint32_t)i);
             ASSERT_EQ(CommRecordMng::insertOneInfo2Record(rec.get(), &info), 1);
         }
-        EXPECT_EQ(copyOf(rec->latestIndex), c.latestAfter) << c.latestIndex << " " << c.inserts;
-        EXPECT_EQ(copyOf(rec->count), c.countAfter);
+        EXPECT_EQ(std::make_pair(copyOf(rec->latestIndex), copyOf(rec->count)), std::make_pair(c.latestAfter, c.countAfter))
+            << c.latestIndex << " " << c.inserts;
         EXPECT_EQ(copyOf(rec->infos[rec->slotOfNewest(0)].length), (uint32_t)c.inserts);
         EXPECT_EQ(copyOf(rec->infos[rec->slotOfNewest(c.countAfter - 1)].length), (uint32_t)c.oldestLength);
     }
@@ -53,16 +54,12 @@ TEST(CommSumMng, CountsPerTypeAndPeer)
         ASSERT_EQ(CommSumMng::addOneCommRecord(&sum, &info), 1);
     }
     const uint64_t big = 100 + 2 * 0xFFFFFFFFull;  // past 4 GiB
-    EXPECT_EQ(copyOf(sum.type1Count), 3);
-    EXPECT_EQ(copyOf(sum.type1Bytes), big);
-    EXPECT_EQ(copyOf(sum.type2Count), 2);
-    EXPECT_EQ(copyOf(sum.type2Bytes), 8u);
+    using U = std::vector<uint64_t>;
+    EXPECT_EQ((U{(uint64_t)sum.type1Count, sum.type1Bytes, (uint64_t)sum.type2Count, sum.type2Bytes}), (U{3, big, 2, 8}));
     ASSERT_EQ(copyOf(sum.peerCount), 2);  // types 0 and 3 made no row for peer 30
-    EXPECT_EQ(copyOf(sum.peers[0].peerId), 10);
-    EXPECT_EQ(copyOf(sum.peers[0].type1Count) + copyOf(sum.peers[0].type2Count) * 100, 103);
-    EXPECT_EQ(copyOf(sum.peers[0].type1Bytes), big);
-    EXPECT_EQ(copyOf(sum.peers[1].peerId), 20);
-    EXPECT_EQ(copyOf(sum.peers[1].type2Bytes), 7u);
+    const auto &p0 = sum.peers[0], &p1 = sum.peers[1];
+    EXPECT_EQ((U{(uint64_t)p0.peerId, (uint64_t)p0.type1Count, (uint64_t)p0.type2Count, p0.type1Bytes}), (U{10, 3, 1, big}));
+    EXPECT_EQ((U{(uint64_t)p1.peerId, p1.type2Bytes}), (U{20, 7}));
 }
 
 TEST(CommSumMng, NoPeerRowIsWrittenPastTheTable)

@@ -17,15 +17,12 @@ done
 expect_grep "version" '^v2xshm [0-9]+\.[0-9]+\.[0-9]+$' --version
 expect_error "unknown flag" 2 'bogus; usage: v2xshm show procs \[--stale SECONDS\]$' show procs --bogus
 expect_out "check with nothing present" "no list present" check
-run check config
-[ "$RC" -eq 1 ] && grep -Eq '^config +absent' "$WORK/out" && pass "check of an absent list" ||
-    fail "check of an absent list" "exit $RC" "$(cat "$WORK/out")"
+CODE=1 expect_grep "check of an absent list" '^config +absent' check config
 expect_no_ipc "nothing created"
 
 # Another process owns config here: the owner leaves it alone.
 start_owner --except config || { finish; exit 1; }
-grep -q '^owning procs gnss ' "$WORK/owner.out" && pass "owner --except" ||
-    fail "owner --except" "$(cat "$WORK/owner.out")"
+judge "owner --except" 'grep -q "^owning procs gnss " "$WORK/owner.out"'
 expect_error "the excepted list has no owner" 1 'list config .*no owner' config list
 expect_grep "check of every list present" '^all [0-9]+ lists consistent$' check
 stop_owner
@@ -36,11 +33,7 @@ v2x config set 'q"b\' text "$(printf 'a\001\377\t"\\')" >/dev/null
 for cmd in "config list" "config get q\"b\\" status check; do
     # shellcheck disable=SC2086
     run --json $cmd
-    if [ "$RC" -eq 0 ] && python3 -m json.tool "$WORK/out" >/dev/null; then
-        pass "json: $cmd"
-    else
-        fail "json: $cmd" "exit $RC" "$(cat "$WORK/out" "$WORK/err")"
-    fi
+    judge "json: $cmd" '[ "$RC" -eq 0 ] && python3 -m json.tool "$WORK/out" >/dev/null'
 done
 stop_owner
 finish

@@ -12,16 +12,10 @@ expect_grep "the largest frame decodes" '^1 frame in 2055 bytes$' frame decode -
 expect_out "frames back to back" \
     '{"bytes":16,"frames":2,"clean":true,"found":[{"kind":"frame","offset":0,"bytes":9,"type":1,"subType":2,"dataLen":2,"data":"1020","checkOk":true},{"kind":"frame","offset":9,"bytes":7,"type":0,"subType":0,"dataLen":0,"data":"","checkOk":true}]}' \
     --json frame decode "fafb0102000210 2031 fafb0000000000"
-run frame decode 00fafb01020002102031
-[ "$RC" -eq 1 ] && [ "$(head -2 "$WORK/out")" = "skipped 1 byte at 0
-frame at 1: type 1, sub-type 2, 2 data bytes [1020], check byte ok" ] && pass "a stray byte is skipped" ||
-    fail "a stray byte is skipped" "exit $RC" "$(cat "$WORK/out")"
-run frame decode fafb01020002102030
-[ "$RC" -eq 1 ] && grep -q "check byte 30 wrong (expected 31)" "$WORK/out" && pass "a wrong check byte is named" ||
-    fail "a wrong check byte is named" "exit $RC" "$(cat "$WORK/out")"
-run frame decode fafb010200051020
-[ "$RC" -eq 1 ] && grep -q "^incomplete frame at 0: .*, 8 of 12 bytes" "$WORK/out" && pass "a cut frame is named" ||
-    fail "a cut frame is named" "exit $RC" "$(cat "$WORK/out")"
+CODE=1 expect_grep "a stray byte is skipped" '^skipped 1 byte at 0$' frame decode 00fafb01020002102031
+judge "then the frame" 'sed -n 2p "$WORK/out" | grep -qx "frame at 1: type 1, sub-type 2, 2 data bytes \[1020\], check byte ok"'
+CODE=1 expect_grep "a wrong check byte is named" "check byte 30 wrong \(expected 31\)" frame decode fafb01020002102030
+CODE=1 expect_grep "a cut frame is named" "^incomplete frame at 0: .*, 8 of 12 bytes" frame decode fafb010200051020
 
 # --- No owner: nothing is created.
 for cmd in "show comm" "show ui" "comm log --type 1 --peer 1 --length 1"; do
@@ -39,10 +33,9 @@ done
 expect_out "log as json" '{"slot":4,"count":4,"peerRow":true}' --json comm log --type 1 --peer 7 --length 5
 run --json show comm -n 2
 tr , '\n' <"$WORK/out" >"$WORK/fields"
-grep -o '"slot":[0-9]*' "$WORK/fields" | tr '\n' ' ' | grep -qx '"slot":4 "slot":3 ' &&
-    grep -qx '"type1Bytes":8589934595' "$WORK/fields" &&
-    grep -q '"peers":\[{"peer":41' "$WORK/fields" && pass "newest first, 64-bit totals, peers in order" ||
-    fail "newest first, 64-bit totals, peers in order" "$(cat "$WORK/out")"
+# Dots for the quotes: the slots newest first, the 64-bit total, peers in order.
+judge "newest first, 64-bit totals, peers in order" 'grep -o "slot.:[0-9]*" "$WORK/fields" | tr "\n" " " |
+    grep -qx "slot.:4 slot.:3 " && grep -qx ".type1Bytes.:8589934595" "$WORK/fields" && grep -q "peers.:.{.peer.:41" "$WORK/fields"'
 expect_grep "peer totals as text" '^  peer 41: type 1: 1 messages, 4294967295 B; type 2: 1 messages, 4294967295 B$' show comm
 expect_error "another key has no owner" 1 'list comm \(key 5\) has no owner' show comm --key 5
 stop_owner

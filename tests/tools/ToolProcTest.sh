@@ -29,11 +29,7 @@ expect_grep "fed entries listed alive" '^alpha +alph +[0-9-]+ [0-9:.]+ +[0-9]+\.
 expect_grep "older than the threshold is stale" '^fifteen_chars_x +fift .*  stale$' show procs --stale 0
 expect_grep "json" '^\{"staleSeconds":90,"procs":\[\{"name":"alpha","tag":"alph","refreshTime":[0-9.]+,"age":[0-9.e-]+,"stale":false\},\{"name":"fifteen_chars_x",' --json show procs
 kill -INT "${feeders[@]}"
-if wait "${feeders[0]}" && grep -q '^stopped feeding alpha' "$WORK/feed-alpha.out"; then
-    pass "feeder stops on SIGINT"
-else
-    fail "feeder stops on SIGINT" "$(cat "$WORK/feed-alpha.out")"
-fi
+judge "feeder stops on SIGINT" 'wait "${feeders[0]}" && grep -q "^stopped feeding alpha" "$WORK/feed-alpha.out"'
 wait "${feeders[1]}"
 expect_grep "a stopped feeder's entry stays" '^alpha ' show procs
 stop_owner INT
@@ -46,13 +42,9 @@ printf '[gnssd] first' >/dev/udp/127.0.0.1/11101
 printf '[gnssd] second "line"' >/dev/udp/127.0.0.1/11101
 wait_for "$WORK/log.out" 'second'
 for _ in $(seq 100); do kill -0 "$listener" 2>/dev/null || break; sleep 0.05; done
-if ! kill -0 "$listener" 2>/dev/null && wait "$listener" &&
-    [ "$(cut -d' ' -f3- "$WORK/log.out" | sed 1d)" = $'[gnssd] first\n[gnssd] second "line"' ] &&
-    sed -n 2p "$WORK/log.out" | grep -Eq '^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}\.[0-9]{3} '; then
-    pass "log listen prints datagrams with their arrival time"
-else
-    kill -KILL "$listener" 2>/dev/null
-    fail "log listen prints datagrams with their arrival time" "$(cat "$WORK/log.out")"
-fi
+judge "log listen prints datagrams with their arrival time" '! kill -0 "$listener" 2>/dev/null && wait "$listener" &&
+    [ "$(cut -d" " -f3- "$WORK/log.out" | sed 1d)" = "$(printf "[gnssd] first\n[gnssd] second \"line\"")" ] &&
+    sed -n 2p "$WORK/log.out" | grep -Eq "^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{8}\.[0-9]{3} "' "$(cat "$WORK/log.out")"
+kill -KILL "$listener" 2>/dev/null
 
 finish

@@ -10,6 +10,8 @@ WORK="$(mktemp -d)"
 CHECKS=0
 FAILED=0
 OWNER_PID=""
+RC=0
+COMMAND=""
 
 trap 'cleanup' EXIT
 
@@ -42,8 +44,20 @@ fail() {
 # run CMD...: runs the tool, keeping stdout, stderr and the exit code in
 # $WORK/out, $WORK/err and RC.
 run() {
+    COMMAND="$*"
     v2x "$@" >"$WORK/out" 2>"$WORK/err"
     RC=$?
+}
+
+# judge NAME CONDITION [WANTED]: passes when the shell condition holds, else
+# fails showing the last run of the tool.
+judge() {
+    if eval "$2"; then
+        pass "$1"
+    else
+        fail "$1" "command: $COMMAND" "exit $RC" "stdout: $(cat "$WORK/out")" "stderr: $(cat "$WORK/err")" \
+            "wanted: ${3:-$2}"
+    fi
 }
 
 # expect_out NAME EXPECTED CMD...: exit 0 and stdout exactly EXPECTED.
@@ -51,25 +65,16 @@ expect_out() {
     local name="$1" expected="$2"
     shift 2
     run "$@"
-    if [ "$RC" -eq 0 ] && [ "$(cat "$WORK/out")" = "$expected" ]; then
-        pass "$name"
-    else
-        fail "$name" "command: $*" "exit $RC, expected 0" "stdout: $(cat "$WORK/out")" \
-            "expected: $expected" "stderr: $(cat "$WORK/err")"
-    fi
+    judge "$name" '[ "$RC" -eq 0 ] && [ "$(cat "$WORK/out")" = "$expected" ]' "$expected"
 }
 
-# expect_grep NAME PATTERN CMD...: exit 0 and stdout matches the extended regex.
+# expect_grep NAME PATTERN CMD...: exit 0 (or $CODE if set) and a line of
+# stdout matches the extended regex.
 expect_grep() {
     local name="$1" pattern="$2"
     shift 2
     run "$@"
-    if [ "$RC" -eq 0 ] && grep -Eq -- "$pattern" "$WORK/out"; then
-        pass "$name"
-    else
-        fail "$name" "command: $*" "exit $RC" "stdout: $(cat "$WORK/out")" "wanted: $pattern" \
-            "stderr: $(cat "$WORK/err")"
-    fi
+    judge "$name" '[ "$RC" -eq "${CODE:-0}" ] && grep -Eq -- "$pattern" "$WORK/out"' "exit ${CODE:-0}: $pattern"
 }
 
 # expect_error NAME CODE PATTERN CMD...: exit CODE, nothing on stdout, and
@@ -78,14 +83,8 @@ expect_error() {
     local name="$1" code="$2" pattern="$3"
     shift 3
     run "$@"
-    local lines
-    lines=$(wc -l <"$WORK/err")
-    if [ "$RC" -eq "$code" ] && [ ! -s "$WORK/out" ] && [ "$lines" -eq 1 ] && grep -Eq -- "$pattern" "$WORK/err"; then
-        pass "$name"
-    else
-        fail "$name" "command: $*" "exit $RC, expected $code" "stdout: $(cat "$WORK/out")" \
-            "stderr ($lines lines): $(cat "$WORK/err")" "wanted: $pattern"
-    fi
+    judge "$name" '[ "$RC" -eq "$code" ] && [ ! -s "$WORK/out" ] && [ "$(wc -l <"$WORK/err")" -eq 1 ] &&
+        grep -Eq -- "$pattern" "$WORK/err"' "exit $code, one line: $pattern"
 }
 
 # expect_fresh NAME LIMIT EXPECTED REFRESH CMD...: runs the shell command
@@ -99,30 +98,14 @@ expect_fresh() {
         start=${EPOCHREALTIME/./}
         eval "$refresh"
         run "$@"
-        if (( ${EPOCHREALTIME/./} - start < limit * 1000000 )); then
-            break
-        fi
+        (( ${EPOCHREALTIME/./} - start < limit * 1000000 )) && break
     done
-    if [ "$RC" -eq 0 ] && [ "$(cat "$WORK/out")" = "$expected" ]; then
-        pass "$name"
-    else
-        fail "$name" "command: $*" "exit $RC" "stdout: $(cat "$WORK/out")" "expected: $expected"
-    fi
+    judge "$name" '[ "$RC" -eq 0 ] && [ "$(cat "$WORK/out")" = "$expected" ]' "$expected"
 }
 
-# ipc_count: segments plus semaphore sets in this namespace.
-ipc_count() {
-    ipcs -m -s | grep -c '^0x'
-}
-
+# expect_no_ipc NAME: no segment or semaphore set left in this namespace.
 expect_no_ipc() {
-    local n
-    n=$(ipc_count)
-    if [ "$n" -eq 0 ]; then
-        pass "$1"
-    else
-        fail "$1" "$(ipcs -m -s)"
-    fi
+    judge "$1" '[ "$(ipcs -m -s | grep -c "^0x")" -eq 0 ]' "nothing in: $(ipcs -m -s)"
 }
 
 # start_owner [LIST...]: starts `v2xshm owner` in the background and waits
@@ -153,11 +136,8 @@ stop_owner() {
     wait "$OWNER_PID"
     rc=$?
     OWNER_PID=""
-    if [ "$rc" -eq 0 ] && grep -q '^released ' "$WORK/owner.out"; then
-        pass "owner stops on SIG$sig"
-    else
-        fail "owner stops on SIG$sig" "exit $rc" "$(cat "$WORK/owner.out" "$WORK/owner.err")"
-    fi
+    judge "owner stops on SIG$sig" '[ "$rc" -eq 0 ] && grep -q "^released " "$WORK/owner.out"' \
+        "exit 0 and a released line: $(cat "$WORK/owner.out" "$WORK/owner.err")"
 }
 
 finish() {
