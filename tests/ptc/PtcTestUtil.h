@@ -45,4 +45,13 @@ int insertInto(Mng& mng, Rec* rec)
     return mng.operateSHMNotSafe(Mng::insertUpdateList, rec);
 }
 
+// Inserts participant number i (see insertUpdateList for the codes).
+template <typename Mng>
+int insertNumber(Mng& mng, int i)
+{
+    typename Mng::Tool::Rec rec;
+    makeParticipant(i, &rec);
+    return insertInto(mng, &rec);
+}
+
 #endif
