@@ -12,10 +12,7 @@ if [[ "${V2XSHM_ABI_ISOLATED:-}" != 1 ]]; then
     exec unshare --ipc --map-root-user bash "$0" "$@"
 fi
 
-if [[ $# -lt 1 || $# -gt 2 ]]; then
-    echo "usage: cross-abi.sh BIN [BIN2]" >&2
-    exit 2
-fi
+[[ $# -ge 1 && $# -le 2 ]] || { echo "usage: cross-abi.sh BIN [BIN2]" >&2; exit 2; }
 ARM_SYSROOT=/usr/arm-linux-gnueabihf
 WAIT_READY_S=60
 
@@ -23,14 +20,9 @@ WAIT_READY_S=60
 abi_of() { if [[ "$(od -An -tu2 -j18 -N2 "$1" | tr -d ' ')" == 40 ]]; then echo arm; else echo host; fi; }
 
 # Sets CMD to the command line that runs binary $1.
-command_for() {
-    CMD=("$1")
-    if [[ $(abi_of "$1") == arm ]]; then CMD=(qemu-arm -L "$ARM_SYSROOT" "$1"); fi
-}
+command_for() { if [[ $(abi_of "$1") == arm ]]; then CMD=(qemu-arm -L "$ARM_SYSROOT" "$1"); else CMD=("$1"); fi; }
 
-ipc_objects() {
-    ipcs -m -s | grep -c '^0x' || true
-}
+ipc_objects() { ipcs -m -s | grep -c '^0x' || true; }
 
 # A fresh namespace hands out segment identifier 0 first, and the lists
 # deliberately never remove a segment whose identifier is 0. A placeholder
