@@ -5,6 +5,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
+#include <tuple>
 
 #include "support/ByteImage.h"
 
@@ -49,22 +50,16 @@ TEST(RTCMShortFrame, GoldenBytesAndRefusalsThatChangeNothing)
         EXPECT_EQ(f.serialize2ShortFrame(buf, &pos), -1);
     }
 
-    const std::vector<int> untouched = {0, 77, 77};
-    const std::pair<Bytes, int> bad[] = {
-        {{0xFA, 0xFB, 0x03, 0x00, 0x00}, -1}, {{0xFA, 0xFB, 0x00, 0x00, 0x00}, 5},  // type neither 1 nor 2
-        {{0xFB, 0xFA, 0x01, 0x00, 0x00}, -1},                                       // start bytes
-        {{0xFA, 0xFB, 0x01, 0xFF, 0xFF}, -1}, {{0xFA, 0xFB, 0x01, 0x80, 0x00}, 5},  // negative length
-        {{0xFA, 0xFB, 0x01, 0x08, 0x01}, -1},                                       // 2049 > the data area
+    // Refused with the code given, the cursor and the frame untouched; every truncation too.
+    std::vector<std::tuple<Bytes, int, int>> bad = {
+        {{0xFA, 0xFB, 0x03, 0x00, 0x00}, -1, -3}, {{0xFA, 0xFB, 0x00, 0x00, 0x00}, 5, -3},  // type neither 1 nor 2
+        {{0xFB, 0xFA, 0x01, 0x00, 0x00}, -1, -3},                                           // start bytes
+        {{0xFA, 0xFB, 0x01, 0xFF, 0xFF}, -1, -3}, {{0xFA, 0xFB, 0x01, 0x80, 0x00}, 5, -3},  // negative length
+        {{0xFA, 0xFB, 0x01, 0x08, 0x01}, -1, -3},                                           // 2049 > the data area
     };
-    for (const auto& c : bad) {
-        std::vector<int> r = read(c.first, c.second);
-        EXPECT_EQ(r[0], -3);
-        EXPECT_EQ(std::vector<int>(r.begin() + 1, r.end()), untouched);
-    }
-    for (int len = 0; len < (int)EXAMPLE.size(); ++len) {
-        std::vector<int> r = read(Bytes(EXAMPLE.begin(), EXAMPLE.begin() + len), len);
-        EXPECT_EQ(r[0], -4) << len;
-        EXPECT_EQ(std::vector<int>(r.begin() + 1, r.end()), untouched);
+    for (int n = 0; n < (int)EXAMPLE.size(); ++n) bad.emplace_back(Bytes(EXAMPLE.begin(), EXAMPLE.begin() + n), n, -4);
+    for (const auto& [bytes, len, code] : bad) {
+        EXPECT_EQ(read(bytes, len), (std::vector<int>{code, 0, 77, 77})) << len;
     }
     EXPECT_EQ(read(EXAMPLE, -2)[0], -1);  // a negative len given to the received-bytes reader
 }

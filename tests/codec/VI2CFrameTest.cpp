@@ -79,9 +79,8 @@ TEST(VI2CFrame, EverySingleByteChangeTruncationAndLengthOutsideTheDataIsRefused)
     EXPECT_EQ(f.frameType + f.frameSubType * 10 + f.dataLen * 100, 1 + 20 + 200);
 
     // Received lengths outside the data area are corrupt.
-    Bytes big = {0xFA, 0xFB, 0x00, 0x00, 0x08, 0x01};  // 2049 data bytes, check byte right
-    big.resize(6 + 2049 + 1, 0);
-    big.back() = 0x08 ^ 0x01;
+    Bytes big(6 + 2049 + 1, 0);  // 2049 data bytes, check byte right
+    big[0] = 0xFA, big[1] = 0xFB, big[4] = 0x08, big[5] = 0x01, big.back() = 0x08 ^ 0x01;
     // Each passes the check byte as a reader without the length guard sees it.
     const Bytes forged[] = {
         {0xFA, 0xFB, 0x00, 0x00, 0xFF, 0xFF, 0x00},  // -1: XOR(00 00 FF) equals the byte at 5

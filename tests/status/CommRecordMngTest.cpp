@@ -24,10 +24,8 @@ CommInfo message(int32_t type, int32_t peer, uint32_t length)
 
 TEST(CommRecordMng, RingFillsFromSlotOneWrapsAndStaysInRange)
 {
-    struct {
-        int32_t latestIndex, count;  // as found in the segment
-        int inserts, latestAfter, countAfter, oldestLength;  // 0: a slot never written
-    } cases[] = {
+    // The index and count as found in the segment; the oldest length 0 is a slot never written.
+    struct { int32_t latestIndex, count; int inserts, latestAfter, countAfter, oldestLength; } cases[] = {
         {0, 0, 1, 1, 1, 1},     {0, 0, 499, 499, 499, 1}, {0, 0, 500, 0, 500, 1},   {0, 0, 501, 1, 500, 2},
         {0, 0, 1234, 234, 500, 735}, {-7, 5, 1, 1, 6, 0},  {500, 3, 1, 1, 4, 0},    {INT_MAX, -3, 1, 1, 1, 1},
         {INT_MIN, 9999, 1, 1, 500, 0}, {499, 500, 1, 0, 500, 0},
@@ -39,8 +37,8 @@ TEST(CommRecordMng, RingFillsFromSlotOneWrapsAndStaysInRange)
             CommInfo info = message(1, 7, (uint32_t)i);
             ASSERT_EQ(CommRecordMng::insertOneInfo2Record(rec.get(), &info), 1);
         }
-        EXPECT_EQ(std::make_pair(copyOf(rec->latestIndex), copyOf(rec->count)), std::make_pair(c.latestAfter, c.countAfter))
-            << c.latestIndex << " " << c.inserts;
+        EXPECT_EQ(std::make_pair(copyOf(rec->latestIndex), copyOf(rec->count)),
+                  std::make_pair(c.latestAfter, c.countAfter)) << c.latestIndex << " " << c.inserts;
         EXPECT_EQ(copyOf(rec->infos[rec->slotOfNewest(0)].length), (uint32_t)c.inserts);
         EXPECT_EQ(copyOf(rec->infos[rec->slotOfNewest(c.countAfter - 1)].length), (uint32_t)c.oldestLength);
     }
@@ -55,10 +53,12 @@ TEST(CommSumMng, CountsPerTypeAndPeer)
     }
     const uint64_t big = 100 + 2 * 0xFFFFFFFFull;  // past 4 GiB
     using U = std::vector<uint64_t>;
-    EXPECT_EQ((U{(uint64_t)sum.type1Count, sum.type1Bytes, (uint64_t)sum.type2Count, sum.type2Bytes}), (U{3, big, 2, 8}));
+    EXPECT_EQ((U{(uint64_t)sum.type1Count, sum.type1Bytes, (uint64_t)sum.type2Count, sum.type2Bytes}),
+              (U{3, big, 2, 8}));
     ASSERT_EQ(copyOf(sum.peerCount), 2);  // types 0 and 3 made no row for peer 30
     const auto &p0 = sum.peers[0], &p1 = sum.peers[1];
-    EXPECT_EQ((U{(uint64_t)p0.peerId, (uint64_t)p0.type1Count, (uint64_t)p0.type2Count, p0.type1Bytes}), (U{10, 3, 1, big}));
+    EXPECT_EQ((U{(uint64_t)p0.peerId, (uint64_t)p0.type1Count, (uint64_t)p0.type2Count, p0.type1Bytes}),
+              (U{10, 3, 1, big}));
     EXPECT_EQ((U{(uint64_t)p1.peerId, p1.type2Bytes}), (U{20, 7}));
 }
 

@@ -31,11 +31,8 @@ TEST(VehStatus, DefaultByteImage)
 
 TEST(VehStatus, RecoveryWithdrawsEachBusItemAlone)
 {
-    struct {
-        const char* name;
-        uint8_t VehStatus::*marker;
-        int firstByte, width, unavailable;  // value bytes reset (width 0: kept)
-    } items[] = {
+    // The item, its marker, and the value bytes reset (width 0: kept).
+    struct { const char* name; uint8_t VehStatus::*marker; int firstByte, width, unavailable; } items[] = {
         {"transmission", &VehStatus::transmissionSource, 8, 1, 7},
         {"item1", &VehStatus::item1Source, 10, 4, 0},
         {"item2", &VehStatus::item2Source, 15, 4, 0},
@@ -60,11 +57,7 @@ TEST(VehStatus, RecoveryWithdrawsEachBusItemAlone)
 
 TEST(VehStatus, DisabledEventTogglesOnlyItsBit)
 {
-    struct {
-        uint8_t before;
-        int on;
-        uint8_t after, source;
-    } cases[] = {
+    struct { uint8_t before; int on; uint8_t after, source; } cases[] = {
         {0x2B, 1, 0x3B, VehStatus::SOURCE_MANUAL},
         {0x3B, 7, 0x3B, VehStatus::SOURCE_MANUAL},  // raised twice: nothing more
         {0x3B, 0, 0x2B, VehStatus::SOURCE_NONE},
