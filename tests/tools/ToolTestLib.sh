@@ -13,14 +13,7 @@ OWNER_PID=""
 RC=0
 COMMAND=""
 
-trap 'cleanup' EXIT
-
-cleanup() {
-    if [ -n "$OWNER_PID" ]; then
-        kill -KILL "$OWNER_PID" 2>/dev/null
-    fi
-    rm -rf "$WORK"
-}
+trap '[ -n "$OWNER_PID" ] && kill -KILL "$OWNER_PID" 2>/dev/null; rm -rf "$WORK"' EXIT
 
 v2x() {
     "${EMULATOR[@]}" "$TOOL" "$@"
@@ -36,9 +29,7 @@ fail() {
     FAILED=$((FAILED + 1))
     echo "FAIL $1"
     shift
-    for line in "$@"; do
-        echo "     $line"
-    done
+    printf '     %s\n' "$@"
 }
 
 # run CMD...: runs the tool, keeping stdout, stderr and the exit code in
@@ -116,12 +107,8 @@ start_owner() {
     "${EMULATOR[@]}" "$TOOL" owner "$@" >"$WORK/owner.out" 2>"$WORK/owner.err" &
     OWNER_PID=$!
     for _ in $(seq 200); do
-        if grep -q '^owning ' "$WORK/owner.out"; then
-            return 0
-        fi
-        if ! kill -0 "$OWNER_PID" 2>/dev/null; then
-            break
-        fi
+        grep -q '^owning ' "$WORK/owner.out" && return 0
+        kill -0 "$OWNER_PID" 2>/dev/null || break
         sleep 0.05
     done
     fail "owner $* started" "$(cat "$WORK/owner.out" "$WORK/owner.err")"
