@@ -46,26 +46,8 @@ expect_out "list in key order" "$(printf '%s\n' \
     'speed             i32   -2147483648')" config list
 expect_grep "list as json" '^\{"count":7,"entries":\[\{"key":"b","type":"u8","value":7\},.*\{"key":"iface","type":"text","value":"eth0 wlan"\}' --json config list
 
-# Eight writers at once, each inserting into the live list: none is lost.
-pids=()
-for i in $(seq 1 8); do
-    v2x config set "par$i" i32 "$i" >/dev/null 2>&1 &
-    pids+=($!)
-done
-for p in "${pids[@]}"; do wait "$p"; done
-expect_grep "parallel sets lose nothing" '"count":15,' --json config list
-expect_out "a parallel value" "5" config get par5
-
 stop_owner TERM
 expect_no_ipc "a stopped owner leaves nothing"
 expect_error "values are gone with the owner" 1 'no owner' config get b
-
-# --- A subset of lists, stopped by SIGINT.
-start_owner config map || { finish; exit 1; }
-expect_grep "subset owns config" '^config +DevConfigMng .* present +1 +free$' status
-expect_grep "subset leaves gnss absent" '^gnss +DevGNSSMng .* absent +- +absent$' status
-expect_out "fresh owner starts empty" "no entries" config list
-stop_owner INT
-expect_no_ipc "SIGINT leaves nothing"
 
 finish

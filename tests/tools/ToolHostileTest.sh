@@ -126,17 +126,11 @@ TABLE
 # hostile PASS: runs every row of the table.
 hostile() {
     local row word args
+    local -A placeholder=([@L]="$LONG" [@D]="$WORK/dir" [@E]="" [@Z]=/dev/zero [@H]="$HEX")
     while IFS= read -r row; do
         args=()
         for word in $row; do
-            case "$word" in
-                @L) args+=("$LONG") ;;
-                @D) args+=("$WORK/dir") ;;
-                @E) args+=("") ;;
-                @Z) args+=(/dev/zero) ;;
-                @H) args+=("$HEX") ;;
-                *) args+=("$word") ;;
-            esac
+            if [[ -v placeholder[$word] ]]; then args+=("${placeholder[$word]}"); else args+=("$word"); fi
         done
         expect_error "$1: ${row:0:60}" 2 '^v2xshm: ' "${args[@]}"
     done <<<"$ROWS"
