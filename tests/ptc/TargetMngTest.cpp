@@ -1,5 +1,5 @@
 // Targets built from participants around the own vehicle, and the target
-// and collision lists published whole to other processes.
+// and collision lists published whole, as another process reads them.
 #include <cmath>
 #include <gtest/gtest.h>
 
