@@ -65,12 +65,8 @@ struct Image {
 };
 
 // ---- the configuration list, in ascending key order as the list keeps it ----
-struct ConfigCase {
-    const char* key;
-    int type;
-    uint64_t bits;     // the value's bits (types 1 to 3)
-    const char* text;  // type 4
-};
+// The value's bits for types 1 to 3, its text for type 4.
+struct ConfigCase { const char* key; int type; uint64_t bits; const char* text; };
 const ConfigCase CONFIG_CASES[] = {
     {"abi.byte", 1, 0xA5, nullptr},
     {"abi.double", 3, 0xC0934A456D5CFAADull, nullptr},  // -1234.5678
@@ -93,8 +89,7 @@ std::vector<uint8_t> valueOf(const ConfigCase& c)
 // count (int32), then 128 entries of key[16], dataType (int32), value[32].
 std::vector<uint8_t> expectedConfigImage()
 {
-    Image img;
-    img.le(CONFIG_COUNT, 4);
+    Image img = Image().le(CONFIG_COUNT, 4);
     for (const ConfigCase& c : CONFIG_CASES) {
         std::vector<uint8_t> value = valueOf(c);
         img.raw(c.key, strlen(c.key), 16).le(c.type, 4).raw(value.data(), value.size(), 32);
@@ -139,8 +134,7 @@ AbiRecords filledRecords()
     AbiRecords r;
     const uint64_t* m = MOTION_AND_CAR;
     const int32_t* s = SIZE_AND_ACCEL;
-    r.magic = MAGIC;
-    r.stamp.latestRefreshTime = doubleOf(STAMP);
+    r.magic = MAGIC, r.stamp.latestRefreshTime = doubleOf(STAMP);
     r.geo.latHemisphere = 'S', r.geo.lonHemisphere = 'W';
     r.geo.longitude = doubleOf(LON), r.geo.latitude = doubleOf(LAT), r.geo.altitude = doubleOf(ALT);
     r.motion.time = 59999;
@@ -153,15 +147,13 @@ AbiRecords filledRecords()
     for (int i = 0; i < 32; ++i) r.vehClass.extra[i] = (uint8_t)(i * 7);
     for (int i = 0; i < 10; ++i) r.time.dateTime[i] = (uint8_t)(20 + i);
     for (int i = 0; i < 5; ++i) r.brakes.brakeStatus[i] = (uint8_t)(0xF0 + i);
-    r.vehClass.classification = 10;
-    r.time.second = 59, r.time.millisecond = -999;
+    r.vehClass.classification = 10, r.time.second = 59, r.time.millisecond = -999;
     return r;
 }
 
 std::vector<uint8_t> expectedRecordsImage()
 {
-    Image img;
-    img.le(MAGIC, 4).le(STAMP, 8).le('S', 1).le('W', 1).le(LON, 8).le(LAT, 8).le(ALT, 8).le(59999, 2);
+    Image img = Image().le(MAGIC, 4).le(STAMP, 8).le('S', 1).le('W', 1).le(LON, 8).le(LAT, 8).le(ALT, 8).le(59999, 2);
     for (uint64_t bits : MOTION_AND_CAR) img.le(bits, 8);
     for (int32_t v : SIZE_AND_ACCEL) img.le((uint32_t)v, 4);
     img.le(1, 1).le(0x5A, 1).le(0xF4F3F2F1F0ull, 5).le(10, 1);
@@ -184,8 +176,7 @@ bool fillStatusLists(DevUIClientMng* ui, CommRecordMng* records, CommSumMng* sum
                           UIClient(FIRST_20, SECOND_16, (UIClient::UIClientType)3)};
     CommInfo infos[2];
     infos[0].commType = 1, infos[0].peerId = -7, infos[0].length = 0xFFFFFFFFu;
-    infos[0].reserved[0] = 0xA1, infos[0].reserved[1] = 0xA2;
-    memcpy(infos[0].detail, DETAIL_16, 16);
+    infos[0].reserved[0] = 0xA1, infos[0].reserved[1] = 0xA2, memcpy(infos[0].detail, DETAIL_16, 16);
     infos[1].commType = 2, infos[1].peerId = 9, infos[1].length = 5, infos[1].detail[0] = 'x';
     bool ok = true;
     for (int i = 0; i < 2; ++i) {
@@ -200,31 +191,25 @@ bool fillStatusLists(DevUIClientMng* ui, CommRecordMng* records, CommSumMng* sum
 // count, then per client: stamp, firstId[20], secondId[16], clientType.
 std::vector<uint8_t> expectedUIImage()
 {
-    Image img;
-    img.le(2, 4).le(STAMP, 8).raw("tablet", 6, 20).raw("driver", 6, 16).le(2, 4);
-    img.le(STAMP, 8).raw(FIRST_20, 20, 20).raw(SECOND_16, 16, 16).le(3, 4);
-    return img.upTo(DevUIClientMng::SHM_SIZE);
+    return Image().le(2, 4).le(STAMP, 8).raw("tablet", 6, 20).raw("driver", 6, 16).le(2, 4)
+        .le(STAMP, 8).raw(FIRST_20, 20, 20).raw(SECOND_16, 16, 16).le(3, 4).upTo(DevUIClientMng::SHM_SIZE);
 }
 
 // latestIndex, count, slot 0 never written, slots 1 and 2 (stamp, type,
 // peer, length, reserved[2], detail[16]).
 std::vector<uint8_t> expectedRecordImage()
 {
-    Image img;
-    img.le(2, 4).le(2, 4).raw("", 0, 38);
-    img.le(STAMP, 8).le(1, 4).le((uint32_t)-7, 4).le(0xFFFFFFFFu, 4).le(0xA2A1, 2).raw(DETAIL_16, 16, 16);
-    img.le(STAMP, 8).le(2, 4).le(9, 4).le(5, 4).le(0, 2).raw("x", 1, 16);
-    return img.upTo(CommRecordMng::SHM_SIZE);
+    return Image().le(2, 4).le(2, 4).raw("", 0, 38)
+        .le(STAMP, 8).le(1, 4).le((uint32_t)-7, 4).le(0xFFFFFFFFu, 4).le(0xA2A1, 2).raw(DETAIL_16, 16, 16)
+        .le(STAMP, 8).le(2, 4).le(9, 4).le(5, 4).le(0, 2).raw("x", 1, 16).upTo(CommRecordMng::SHM_SIZE);
 }
 
 // Totals per type, the peer count, then rows of peerId and the type totals.
 std::vector<uint8_t> expectedSumImage()
 {
-    Image img;
-    img.le(1, 4).le(0xFFFFFFFFu, 8).le(1, 4).le(5, 8).le(2, 4);
-    img.le((uint32_t)-7, 4).le(1, 4).le(0xFFFFFFFFu, 8).le(0, 4).le(0, 8);
-    img.le(9, 4).le(0, 4).le(0, 8).le(1, 4).le(5, 8);
-    return img.upTo(CommSumMng::SHM_SIZE);
+    return Image().le(1, 4).le(0xFFFFFFFFu, 8).le(1, 4).le(5, 8).le(2, 4)
+        .le((uint32_t)-7, 4).le(1, 4).le(0xFFFFFFFFu, 8).le(0, 4).le(0, 8)
+        .le(9, 4).le(0, 4).le(0, 8).le(1, 4).le(5, 8).upTo(CommSumMng::SHM_SIZE);
 }
 
 // ---- participant records and the collision list --------------------------
@@ -260,9 +245,8 @@ AbiParticipants filledParticipants()
 TgtCollision filledCollision()
 {
     TgtCollision t;
-    fillBase(&t, "abi-tgt");
+    fillBase(&t, "abi-tgt"), t.vehClass.classification = 12;
     t.tgtType = 2, t.angle = doubleOf(MOTION_AND_CAR[0]), t.distance = doubleOf(ALT), t.collision = 3.5;
-    t.vehClass.classification = 12;
     return t;
 }
 
@@ -322,10 +306,9 @@ bool fillSignalLists(LMTLListMng* lights, LMRSIListMng* rsi, LMTLPhaseResMng* ph
     lights->lights[0x0102030405060708].id = 0x0102030405060708;
 
     LMRSIExtend rec;
-    rec.latestRefreshTime = doubleOf(STAMP);
+    rec.latestRefreshTime = doubleOf(STAMP), rec.attrFloat = floatOf(F12_5);
     rec.position.longitude = doubleOf(LON), rec.position.latitude = doubleOf(LAT), rec.position.altitude = doubleOf(ALT);
     rec.infoID = -5, rec.attrInt = INT32_MIN, rec.attrShort = 0x1234, rec.attrByte = 0xEE;
-    rec.attrFloat = floatOf(F12_5);
     memcpy(rec.sourceID, SECOND_16, 16), memcpy(rec.text, "road works", 10);
     rec.points.resize(2);
     rec.points[0].latHemisphere = 'S', rec.points[0].longitude = doubleOf(LON), rec.points[0].dis2End = doubleOf(ALT);
@@ -348,10 +331,8 @@ bool fillSignalLists(LMTLListMng* lights, LMRSIListMng* rsi, LMTLPhaseResMng* ph
 // count, states of light, six times as floats and a confidence) by phaseID.
 std::vector<uint8_t> expectedLightImage()
 {
-    Image img;
-    img.le(2, 4).le(STAMP, 8).le((uint64_t)-2, 8).le(0x5AA5, 2).le((uint16_t)-300, 2).le(9, 1).le(2, 4);
-    img.le(1, 1).le(0, 1).le(0, 4);
-    img.le(7, 1).le(0x81, 1).le(2, 4);
+    Image img = Image().le(2, 4).le(STAMP, 8).le((uint64_t)-2, 8).le(0x5AA5, 2).le((uint16_t)-300, 2).le(9, 1).le(2, 4);
+    img.le(1, 1).le(0, 1).le(0, 4).le(7, 1).le(0x81, 1).le(2, 4);  // phase 1 without states, phase 7
     for (uint8_t code : {3, 6}) {
         img.le(code, 1).le(code == 3 ? F12_5 : F3, 4).le(F_NONE, 4).le(F_NONE, 4).le(F0_25, 4).le(code, 1);
         img.le(F_NONE, 4).le(F_NONE, 4);
@@ -364,10 +345,9 @@ std::vector<uint8_t> expectedLightImage()
 // attrInt, attrShort, text[256], attrByte, attrFloat, point count, points.
 std::vector<uint8_t> expectedRSIImage()
 {
-    Image img;
-    img.le(2, 4).le(STAMP, 8).le('N', 1).le('E', 1).le(LON, 8).le(LAT, 8).le(ALT, 8).le((uint16_t)-5, 2);
-    img.raw(SECOND_16, 16, 16).le(0x80000000u, 4).le(0x1234, 2).raw("road works", 10, 256).le(0xEE, 1);
-    img.le(F12_5, 4).le(2, 4);
+    Image img = Image().le(2, 4).le(STAMP, 8).le('N', 1).le('E', 1).le(LON, 8).le(LAT, 8).le(ALT, 8);
+    img.le((uint16_t)-5, 2).raw(SECOND_16, 16, 16).le(0x80000000u, 4).le(0x1234, 2).raw("road works", 10, 256);
+    img.le(0xEE, 1).le(F12_5, 4).le(2, 4);
     img.le('S', 1).le('E', 1).le(LON, 8).le(0, 8).le(0, 8).le(ALT, 8);
     img.le('N', 1).le('E', 1).le(0, 8).le(LAT, 8).le(0, 8).le(0, 8);
     img.le(0, 8).le('N', 1).le('E', 1).raw("", 0, 24 + 2 + 16 + 4 + 2 + 256 + 1 + 4).le(0, 4);
@@ -377,18 +357,18 @@ std::vector<uint8_t> expectedRSIImage()
 // count, then 16 records of stamp, valueInt, two bytes, two 8-byte fields.
 std::vector<uint8_t> expectedPhaseResImage()
 {
-    Image img;
-    img.le(2, 4);
-    for (int i = 0; i < 2; ++i) img.le(STAMP, 8).le(0xFFFFFFFFu, 4).le(0x0706, 2).raw("12345678", 8, 8).le(0xFF00000000000000ull, 8);
+    Image img = Image().le(2, 4);
+    for (int i = 0; i < 2; ++i) {
+        img.le(STAMP, 8).le(0xFFFFFFFFu, 4).le(0x0706, 2).raw("12345678", 8, 8).le(0xFF00000000000000ull, 8);
+    }
     return img.upTo(LMTLPhaseResMng::SHM_SIZE);
 }
 
 // count, then 32 records of stamp, two bytes, text[256].
 std::vector<uint8_t> expectedRSIResImage()
 {
-    Image img;
-    img.le(1, 4).le(STAMP, 8).le(0x0201, 2).raw(std::string(256, 'x').data(), 256, 256);
-    return img.upTo(LMRSIResMng::SHM_SIZE);
+    return Image().le(1, 4).le(STAMP, 8).le(0x0201, 2).raw(std::string(256, 'x').data(), 256, 256)
+        .upTo(LMRSIResMng::SHM_SIZE);
 }
 
 // A list with no manager of its own: the records image under a spare key.
@@ -414,11 +394,8 @@ struct Lists {
     LMRSIResMng results{owner};
 };
 
-#if defined(__arm__)
-const char* const ABI = "arm";
-#else
-const char* const ABI = "host";
-#endif
+// The unit's two ABIs: 32-bit ARM and the 64-bit build host.
+const char* const ABI = sizeof(void*) == 4 ? "arm" : "host";
 
 // Reports the first differing byte; true when the images are equal.
 bool sameImage(const char* what, const std::vector<uint8_t>& got, const std::vector<uint8_t>& want)
@@ -437,21 +414,14 @@ int readAndCheck()
 {
     printf("reader (%s):\n", ABI);
     Lists l{false};
-    const struct {
-        const char* name;
-        IF_SHM* mng;
-        std::vector<uint8_t> want;
-    } lists[] = {{"config list", &l.config, expectedConfigImage()},
-                 {"records image", &l.records, expectedRecordsImage()},
-                 {"ui client list", &l.ui, expectedUIImage()},
-                 {"message ring", &l.commRecords, expectedRecordImage()},
-                 {"message totals", &l.commSums, expectedSumImage()},
-                 {"participant records", &l.participants, expectedParticipantsImage()},
-                 {"collision list", &l.collisions, expectedCollisionImage()},
-                 {"light list", &l.lights, expectedLightImage()},
-                 {"rsi list", &l.rsi, expectedRSIImage()},
-                 {"phase results", &l.phases, expectedPhaseResImage()},
-                 {"rsi results", &l.results, expectedRSIResImage()}};
+    const struct { const char* name; IF_SHM* mng; std::vector<uint8_t> want; } lists[] = {
+        {"config list", &l.config, expectedConfigImage()}, {"records image", &l.records, expectedRecordsImage()},
+        {"ui client list", &l.ui, expectedUIImage()}, {"message ring", &l.commRecords, expectedRecordImage()},
+        {"message totals", &l.commSums, expectedSumImage()},
+        {"participant records", &l.participants, expectedParticipantsImage()},
+        {"collision list", &l.collisions, expectedCollisionImage()}, {"light list", &l.lights, expectedLightImage()},
+        {"rsi list", &l.rsi, expectedRSIImage()}, {"phase results", &l.phases, expectedPhaseResImage()},
+        {"rsi results", &l.results, expectedRSIResImage()}};
     bool ok = true;
     for (const auto& list : lists) {
         std::vector<uint8_t> image(list.want.size());
@@ -470,9 +440,7 @@ int writeAndHold()
 {
     // Blocked before anything is owned, so a stop request is never lost.
     sigset_t stop;
-    sigemptyset(&stop);
-    sigaddset(&stop, SIGTERM);
-    sigaddset(&stop, SIGINT);
+    sigemptyset(&stop), sigaddset(&stop, SIGTERM), sigaddset(&stop, SIGINT);
     sigprocmask(SIG_BLOCK, &stop, nullptr);
 
     Lists l{true};

@@ -41,15 +41,13 @@ check_pair() {
     "${CMD[@]}" write >"$tmp/writer.out" 2>&1 &
     local pid=$! waited=0
     until grep -q '^ready' "$tmp/writer.out"; do
-        if ! kill -0 "$pid" 2>/dev/null || ((waited >= WAIT_READY_S * 10)); then
-            echo "FAIL $label: the writer did not get ready"
-            cat "$tmp/writer.out"
+        if ! kill -0 "$pid" 2>/dev/null || ((waited++ >= WAIT_READY_S * 10)); then
+            echo "FAIL $label: the writer did not get ready" && cat "$tmp/writer.out"
             kill -TERM "$pid" 2>/dev/null || true
             wait "$pid" || true
             return 1
         fi
         sleep 0.1
-        waited=$((waited + 1))
     done
 
     local rc=0 wrc=0
