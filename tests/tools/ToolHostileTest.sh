@@ -26,7 +26,6 @@ owner nolist
 owner --except nolist
 owner --bogus
 config
-config drop k
 config list extra
 config get @E
 config set k u8 256
@@ -39,7 +38,6 @@ config set abcdefghijklmnopq i32 1
 config set k float 1
 config set k i32
 show
-show bogus
 show gnss extra
 show trace -n -1
 show vehicle --bogus
@@ -63,11 +61,8 @@ gnss push --lon nan --lat 30 --speed 1 --heading 0
 gnss push --lon 120 --lat 30 --speed 1 --heading 0x
 gnss push $PUSH --time-ms -1
 vehicle disabled maybe
-vehicle disabled on off
 map
-map drop
 map load
-map load @E
 map load @D
 map load @Z
 map age x
@@ -83,7 +78,6 @@ signal age x
 rsi load @D
 rsi age x
 frame
-frame bogus
 frame decode @L
 frame decode -
 frame decode fafb0

@@ -15,14 +15,9 @@ COMMAND=""
 
 trap '[ -n "$OWNER_PID" ] && kill -KILL "$OWNER_PID" 2>/dev/null; rm -rf "$WORK"' EXIT
 
-v2x() {
-    "${EMULATOR[@]}" "$TOOL" "$@"
-}
+v2x() { "${EMULATOR[@]}" "$TOOL" "$@"; }
 
-pass() {
-    CHECKS=$((CHECKS + 1))
-    echo "ok   $1"
-}
+pass() { CHECKS=$((CHECKS + 1)) && echo "ok   $1"; }
 
 fail() {
     CHECKS=$((CHECKS + 1))
@@ -127,7 +122,4 @@ stop_owner() {
         "exit 0 and a released line: $(cat "$WORK/owner.out" "$WORK/owner.err")"
 }
 
-finish() {
-    echo "$CHECKS checks, $FAILED failed"
-    [ "$FAILED" -eq 0 ]
-}
+finish() { echo "$CHECKS checks, $FAILED failed" && [ "$FAILED" -eq 0 ]; }
