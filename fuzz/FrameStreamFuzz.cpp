@@ -9,24 +9,17 @@
 // - while waiting for more bytes it holds less than one largest frame.
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
 
+#include "FuzzPromises.h"
 #include "codec/VI2CFrame.h"
 #include "codec/VI2CFrameStream.h"
 
-namespace {
+const char* const FUZZ_TARGET = "fuzz_framestream";
 
-void require(bool holds, const char* what)
-{
-    if (!holds) {
-        fprintf(stderr, "fuzz_framestream: broken promise: %s\n", what);
-        abort();
-    }
-}
+namespace {
 
 using Image = std::vector<char>;
 

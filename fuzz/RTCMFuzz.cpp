@@ -8,24 +8,13 @@
 //   input, and the frame written back is the bytes it was read from.
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
+#include "FuzzPromises.h"
 #include "codec/RTCMShortFrame.h"
 
-namespace {
-
-void require(bool holds, const char* what)
-{
-    if (!holds) {
-        fprintf(stderr, "fuzz_rtcm: broken promise: %s\n", what);
-        abort();
-    }
-}
-
-}  // namespace
+const char* const FUZZ_TARGET = "fuzz_rtcm";
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
