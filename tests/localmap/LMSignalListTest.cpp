@@ -99,6 +99,18 @@ TEST(LMSignalLists, AgeingKeepsWhatIsTenSecondsOldAndDropsOlder)
     ASSERT_EQ(lights.operateSHMNotSafe(LMTLListMng::refreshList, nullptr), 1);
     using Row = std::pair<int64_t, std::vector<int>>;
     EXPECT_EQ(lightsInSegment(lights), (std::vector<Row>{{1, {1}}, {3, {1}}}));
+    // A light stored twice keeps its later image.
+    std::vector<char> twice = {2, 0, 0, 0}, a = flatOf(lightWith(5, 1)), b = flatOf(lightWith(5, 4));
+    twice.insert(twice.end(), a.begin(), a.end());
+    twice.insert(twice.end(), b.begin(), b.end());
+    auto refreshFrom = [](void* shm, void* image) {
+        auto* v = (std::vector<char>*)image;
+        memset(shm, 0, SIZE);
+        memcpy(shm, v->data(), v->size());
+        return LMTLListMng::refreshList(shm, nullptr);
+    };
+    ASSERT_EQ(lights.operateSHMNotSafe(refreshFrom, &twice), 1);
+    EXPECT_EQ(lightsInSegment(lights), (std::vector<Row>{{5, {4}}}));
 
     LMRSIListMng rsi(true);
     rsi.records = {rsiOf("a", 1, "old", 10.1), rsiOf("a", 2, "z", 9.9), rsiOf("b", 1, "y", 0.0),
