@@ -44,11 +44,11 @@ FencedBytes::FencedBytes(const std::vector<char>& bytes, size_t n)
 
 FencedBytes::~FencedBytes() { munmap(base, length); }
 
-LMPointBase pointAt(double east, double north)
+LMPointBase pointAt(double east, double north, double lat0, double lon0)
 {
     LMPointBase p;
-    p.longitude = 120.0 + SpaceToolGeo::LongitudeForMeter(30.0, east);
-    p.latitude = 30.0 + SpaceToolGeo::LatitudeForMeter(north);
+    p.longitude = lon0 + SpaceToolGeo::LongitudeForMeter(lat0, east);
+    p.latitude = lat0 + SpaceToolGeo::LatitudeForMeter(north);
     return p;
 }
 

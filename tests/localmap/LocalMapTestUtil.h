@@ -55,8 +55,8 @@ private:
     char* start;
 };
 
-// A point `east` and `north` metres from a fixed origin at 30 N, 120 E.
-LMPointBase pointAt(double east, double north);
+// A point `east` and `north` metres from an origin, by default 30 N, 120 E.
+LMPointBase pointAt(double east, double north, double lat0 = 30.0, double lon0 = 120.0);
 LMMovementBase movement(int64_t remote, uint8_t phase = 0);
 LMSpeedLimitBase limit(uint8_t type, float speed);
 
