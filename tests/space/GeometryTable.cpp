@@ -33,59 +33,43 @@ void emit(const char* name, int index, double value)
     printf("%s[%d] %016" PRIx64 "\n", name, index, bits);
 }
 
-// A fixed pseudo-random sequence, the same on every platform.
-class Sequence {
-public:
-    double next(double lo, double hi)
-    {
-        state = state * 6364136223846793005ULL + 1442695040888963407ULL;
-        return lo + (hi - lo) * ((double)(state >> 11) / 9007199254740992.0);  // [0, 1)
-    }
-
-private:
-    uint64_t state = 0x2545F4914F6CDD1DULL;
-};
-
-// The edge cases given, then n rows of `width` values drawn from [lo, hi)
-// one at a time, so that both targets' compilers draw them in one order.
-std::vector<Row> rows(Sequence& seq, std::vector<Row> v, int n, int width, double lo, double hi)
+// A fixed pseudo-random draw from [lo, hi), the same on every platform.
+double draw(uint64_t& state, double lo, double hi)
 {
-    for (int i = 0; i < n; ++i) {
-        v.emplace_back();
-        for (int k = 0; k < width; ++k) {
-            v.back().push_back(seq.next(lo, hi));
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    return lo + (hi - lo) * ((double)(state >> 11) / 9007199254740992.0);
+}
+
+// The edge cases given, then n rows of `width` values drawn one at a time, so
+// that both targets' compilers draw them in one order.
+std::vector<Row> rows(uint64_t& seq, int n, int width, double lo, double hi, std::vector<Row> v)
+{
+    for (int i = 0; i < n * width; ++i) {
+        if (i % width == 0) {
+            v.emplace_back();
         }
+        v.back().push_back(draw(seq, lo, hi));
     }
     return v;
 }
 
-GeoCoordinates geo(const Row& r)
-{
-    GeoCoordinates g;
-    g.longitude = r[0];
-    g.latitude = r[1];
-    return g;
-}
+GeoCoordinates geo(const Row& r) { GeoCoordinates g; g.longitude = r[0], g.latitude = r[1]; return g; }
 
 void printTable()
 {
-    Sequence seq;
-    std::vector<Row> t4 = rows(seq, {{0, 0, 1, 0}, {0, 0, 0, 1}, {0, 0, -1, 0}, {0, 0, 0, -1}, {0, 0, 1, -0.0},
-                                     {0, 0, 1, 1e-3}, {0, 0, 1, -1e-3}, {0, 0, 1, 1e-9}, {0, 0, 1, -1e-9},
-                                     {5, 5, 5, 5}, {2, 3, 2, 3}, {2, 3, -2, -3}, {1, 0, -1, 1e-9}, {1, 0, -1, -1e-9},
-                                     {-5.338310994848547, -5.382669169180314, 5.338310994848547, 5.382669169180314},
-                                     {1e-300, 1e-300, 2e-300, 3e-300}, {1e6, -1e6, -3e6, 7e5}},
-                               150, 4, -500, 500);
-    std::vector<Row> t6 = rows(seq, {{3, 4, 0, 0, 0, 0}, {2, 0, 2, 0, 9, 0}, {9, 0, 2, 0, 9, 0}, {5, 3, 0, 0, 10, 0},
-                                     {0, 3, 0, 0, 10, 0}, {-3, 4, 0, 0, 10, 0}, {13, 4, 0, 0, 10, 0},
-                                     {3, 5, 0, 0, 0, 10}, {4, -3, 0, 0, 0, 10}, {4, 13, 0, 0, 0, 10},
-                                     {0, 10, 0, 0, 10, 10}, {-1, -2, 0, 0, 10, 10}, {12, 11, 0, 0, 10, 10},
-                                     {0.1, 0.2, 0.3, 0.7, 1.9, -2.3}},
-                               150, 6, -300, 300);
-    std::vector<Row> pts = rows(seq, {{116.0, 39.9}, {116.0, 40.0}, {115.999, 39.901}, {116.001, 39.901},
-                                      {10.0, 0.0}, {11.0, 60.0}, {121.4737, 31.2304}, {-73.9857, 40.7484},
-                                      {151.2093, -33.8688}, {0.0, 89.9}, {179.9999, -0.0001}, {116.0, 39.9}},
-                                60, 2, -0.01, 0.01);
+    uint64_t seq = 0x2545F4914F6CDD1DULL;
+    std::vector<Row> t4 = rows(seq, 150, 4, -500, 500, {{0, 0, 1, 0}, {0, 0, 0, 1}, {0, 0, -1, 0}, {0, 0, 0, -1},
+        {0, 0, 1, -0.0}, {0, 0, 1, 1e-3}, {0, 0, 1, -1e-3}, {0, 0, 1, 1e-9}, {0, 0, 1, -1e-9}, {5, 5, 5, 5},
+        {2, 3, 2, 3}, {2, 3, -2, -3}, {1, 0, -1, 1e-9}, {1, 0, -1, -1e-9},
+        {-5.338310994848547, -5.382669169180314, 5.338310994848547, 5.382669169180314},
+        {1e-300, 1e-300, 2e-300, 3e-300}, {1e6, -1e6, -3e6, 7e5}});
+    std::vector<Row> t6 = rows(seq, 150, 6, -300, 300, {{3, 4, 0, 0, 0, 0}, {2, 0, 2, 0, 9, 0}, {9, 0, 2, 0, 9, 0},
+        {5, 3, 0, 0, 10, 0}, {0, 3, 0, 0, 10, 0}, {-3, 4, 0, 0, 10, 0}, {13, 4, 0, 0, 10, 0}, {3, 5, 0, 0, 0, 10},
+        {4, -3, 0, 0, 0, 10}, {4, 13, 0, 0, 0, 10}, {0, 10, 0, 0, 10, 10}, {-1, -2, 0, 0, 10, 10},
+        {12, 11, 0, 0, 10, 10}, {0.1, 0.2, 0.3, 0.7, 1.9, -2.3}});
+    std::vector<Row> pts = rows(seq, 60, 2, -0.01, 0.01, {{116.0, 39.9}, {116.0, 40.0}, {115.999, 39.901},
+        {116.001, 39.901}, {10.0, 0.0}, {11.0, 60.0}, {121.4737, 31.2304}, {-73.9857, 40.7484}, {151.2093, -33.8688},
+        {0.0, 89.9}, {179.9999, -0.0001}, {116.0, 39.9}});
     for (size_t i = 12; i < pts.size(); ++i) {
         pts[i] = {116.0 + pts[i][0], 39.9 + pts[i][1]};  // around one town
     }
@@ -132,12 +116,8 @@ void printTable()
     for (float h : {0.0f, 45.0f, 89.99f, 90.0f, 90.01f, 135.0f, 180.0f, 270.0f, 359.99f, 12.345f}) {
         for (float v : {0.0f, 10.0f, 13.89f, 0.5f}) {
             GNSS g;
-            g.position.longitude = 116.3912;
-            g.position.latitude = 39.9073;
-            g.heading = h;
-            g.speed = v;
-            g.time.second = (int16_t)(n % 60);
-            g.time.millisecond = (int16_t)(n * 37 % 1000);
+            g.position.longitude = 116.3912, g.position.latitude = 39.9073, g.heading = h, g.speed = v;
+            g.time.second = (int16_t)(n % 60), g.time.millisecond = (int16_t)(n * 37 % 1000);
             g.refreshMovable2D();
             emit("GNSS::refreshMovable2D.time", n, g.motion.time);
             emit("GNSS::refreshMovable2D.heading", n, g.motion.heading);
@@ -155,16 +135,10 @@ void printTable()
     }
 }
 
-bool isNaN(uint64_t bits)
-{
-    return (bits & 0x7FF0000000000000ULL) == 0x7FF0000000000000ULL && (bits & 0x000FFFFFFFFFFFFFULL) != 0;
-}
-
+// Exponent all ones and a mantissa other than 0, whatever the sign.
+bool isNaN(uint64_t bits) { return (bits << 1) > 0xFFE0000000000000ULL; }
 // Bits of a double ordered like the values, so that neighbours differ by 1.
-int64_t ordered(uint64_t bits)
-{
-    return (bits >> 63) ? -(int64_t)(bits & 0x7FFFFFFFFFFFFFFFULL) : (int64_t)bits;
-}
+int64_t ordered(uint64_t bits) { return (bits >> 63) ? -(int64_t)(bits & 0x7FFFFFFFFFFFFFFFULL) : (int64_t)bits; }
 
 // Compares two printed tables case by case; both list the same cases in the
 // same order. 0 when all match within 1 ulp, 1 when not, 2 on a bad file.
@@ -184,14 +158,9 @@ int compareTables(const char* pathA, const char* pathB)
         ++cases;
         uint64_t x = std::stoull(hexA, nullptr, 16), y = std::stoull(hexB, nullptr, 16);
         int64_t d = ordered(x) - ordered(y);
-        if (x == y || (isNaN(x) && isNaN(y))) {
-            ++identical;
-            continue;
-        }
-        bool near = !isNaN(x) && !isNaN(y) && (d == 1 || d == -1);
-        oneUlp += near;
-        beyond += !near;
-        if (!near && beyond <= 20) {
+        bool same = x == y || (isNaN(x) && isNaN(y)), near = !same && !isNaN(x) && !isNaN(y) && (d == 1 || d == -1);
+        identical += same, oneUlp += near, beyond += !same && !near;
+        if (!same && !near && beyond <= 20) {
             std::cout << "differs: " << name << " " << hexA << " " << hexB << "\n";
         }
     }

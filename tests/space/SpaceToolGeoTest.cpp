@@ -11,19 +11,12 @@ namespace {
 constexpr double PI = 3.141592653589793;
 constexpr double M = 111195.0;  // metres per degree
 
-GeoCoordinates geo(double lon, double lat)
-{
-    GeoCoordinates g;
-    g.longitude = lon;
-    g.latitude = lat;
-    return g;
-}
+GeoCoordinates geo(double lon, double lat) { GeoCoordinates g; g.longitude = lon, g.latitude = lat; return g; }
 
 TEST(SpaceToolGeo, ScaleAndCosineOfTheFirstPoint)
 {
     GeoCoordinates south = geo(116.0, 40.0);
-    south.latHemisphere = 'S';  // the letters do not change the sign
-    south.lonHemisphere = 'W';
+    south.latHemisphere = 'S', south.lonHemisphere = 'W';  // the letters do not change the sign
     EXPECT_EQ(SpaceToolGeo::DistancePoint2Point(geo(116.0, 39.0), south), M);
     EXPECT_EQ(SpaceToolGeo::LatitudeForMeter(M), 1.0);
     EXPECT_NEAR(SpaceToolGeo::DistancePoint2Point(geo(10.0, 60.0), geo(11.0, 60.0)), M / 2, 1e-6);

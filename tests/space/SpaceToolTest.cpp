@@ -13,30 +13,19 @@ constexpr double TWO_PI = 6.283185307179586;
 TEST(SpaceTool, DistancePoint2LineSegmentAllShapesAndFeet)
 {
     const double eps = 1e-3;
-    struct {
-        const char* name;
-        double px, py, ax, ay, bx, by, expected;
-    } cases[] = {
-        {"degenerate", 3, 4, 0, 0, 0, 0, 5.0},  // distance to its one point
-        {"on A", 2, 0, 2, 0, 9, 0, 0.0},
+    struct { const char* name; double px, py, ax, ay, bx, by, expected; } cases[] = {
+        {"degenerate", 3, 4, 0, 0, 0, 0, 5.0} /* its one point */, {"on A", 2, 0, 2, 0, 9, 0, 0.0},
         {"on B", 9, 0, 2, 0, 9, 0, 0.0},
         // Horizontal: the special line y = ay (the general one divides by zero).
-        {"horizontal inside", 5, 3, 0, 0, 10, 0, 3.0},
-        {"horizontal inside below", 5, -3, 0, 2, 10, 2, 5.0},
-        {"horizontal behind A", -3, 4, 0, 0, 10, 0, 5.0},
-        {"horizontal reversed, beyond", -3, 4, 10, 0, 0, 0, 5.0},
-        {"on the line beyond B", 12, 0, 0, 0, 10, 0, 2.0},
+        {"horizontal inside", 5, 3, 0, 0, 10, 0, 3.0}, {"horizontal inside below", 5, -3, 0, 2, 10, 2, 5.0},
+        {"horizontal behind A", -3, 4, 0, 0, 10, 0, 5.0}, {"horizontal reversed, beyond", -3, 4, 10, 0, 0, 0, 5.0},
         // Just behind A / beyond B the end point is nearer than the line says.
-        {"just behind A", -eps, 3, 0, 0, 10, 0, sqrt(9.0 + eps * eps)},
-        {"just after A", eps, 3, 0, 0, 10, 0, 3.0},
+        {"just behind A", -eps, 3, 0, 0, 10, 0, sqrt(9.0 + eps * eps)}, {"just after A", eps, 3, 0, 0, 10, 0, 3.0},
         {"just beyond B", 10 + eps, 3, 0, 0, 10, 0, sqrt(9.0 + eps * eps)},
         {"just before B", 10 - eps, 3, 0, 0, 10, 0, 3.0},
         // Vertical (the general line with b = 0) and slanted.
-        {"vertical inside", 3, 5, 0, 0, 0, 10, 3.0},
-        {"vertical beyond B", 4, 13, 0, 0, 0, 10, 5.0},
-        {"vertical reversed, behind", 4, 13, 0, 10, 0, 0, 5.0},
-        {"slanted inside", 0, 10, 0, 0, 10, 10, sqrt(50.0)},
-        {"slanted behind A", -1, -2, 0, 0, 10, 10, sqrt(5.0)},
+        {"vertical inside", 3, 5, 0, 0, 0, 10, 3.0}, {"vertical reversed, behind", 4, 13, 0, 10, 0, 0, 5.0},
+        {"slanted inside", 0, 10, 0, 0, 10, 10, sqrt(50.0)}, {"slanted behind A", -1, -2, 0, 0, 10, 10, sqrt(5.0)},
         {"slanted beyond B", 12, 11, 0, 0, 10, 10, sqrt(5.0)},
     };
     for (const auto& c : cases) {
@@ -48,9 +37,7 @@ TEST(SpaceTool, DistancePoint2LineSegmentAllShapesAndFeet)
 
 TEST(SpaceTool, AngleOfVectorQuadrantsAndWrap)
 {
-    struct {
-        double x1, y1, x2, y2, expected;
-    } cases[] = {
+    struct { double x1, y1, x2, y2, expected; } cases[] = {
         {0, 0, 1, 0, 0.0}, {0, 0, 0, 1, PI / 2}, {0, 0, -1, 0, PI}, {0, 0, 0, -1, 3 * PI / 2},
         {2, 3, 3, 4, PI / 4}, {2, 3, 3, 2, TWO_PI - PI / 4},
         // Either side of the wrap: never 2*pi itself, never negative.
@@ -66,9 +53,7 @@ TEST(SpaceTool, AngleOfVectorQuadrantsAndWrap)
 
 TEST(SpaceTool, TurningAngleSignClampAndOpposite)
 {
-    struct {
-        double ux, uy, wx, wy, expected;
-    } cases[] = {
+    struct { double ux, uy, wx, wy, expected; } cases[] = {
         {1, 0, 1, 0, 0.0}, {1, 0, 0, 1, -PI / 2} /* to the left */, {1, 0, 0, -1, PI / 2} /* right */,
         {1, 0, -1, 0, PI} /* opposite: +pi */, {0, 2, -3, 0, -PI / 2}, {1, 0, 1, 1, -PI / 4},
         {1, 0, -1, 1e-3, -(PI - atan(1e-3))}, {1, 0, -1, -1e-3, PI - atan(1e-3)},
@@ -83,9 +68,7 @@ TEST(SpaceTool, TurningAngleSignClampAndOpposite)
 
 TEST(SpaceTool, AngleOfTargetRelativeToHeading)
 {
-    struct {
-        double x0, y0, heading, xt, yt, expected;
-    } cases[] = {
+    struct { double x0, y0, heading, xt, yt, expected; } cases[] = {
         {0, 0, 0, 5, 0, 0.0}, {0, 0, 0, 0, 5, -PI / 2}, {0, 0, 0, 0, -5, PI / 2},
         {1, 1, PI / 2, 2, 1, PI / 2} /* heading north, target east: right */, {1, 1, PI / 2, 0, 1, -PI / 2},
         {0, 0, 3 * PI / 2, 0, -1, 0.0}, {0, 0, TWO_PI - 1e-3, 1, 0, -1e-3}, {0, 0, 1e-3, 1, 0, 1e-3},

@@ -10,18 +10,12 @@
 namespace {
 
 // A fix told apart by its speed.
-GNSS fixNumber(int n)
-{
-    GNSS g;
-    g.speed = (float)n;
-    return g;
-}
+GNSS fixNumber(int n) { GNSS g; g.speed = (float)n; return g; }
 
 TEST(VehTraceMng, RingWrapsAndSaturatesAtFiveHundred)
 {
-    struct {
-        int inserts, index, count;
-    } cases[] = {{1, 1, 1}, {3, 3, 3}, {499, 499, 499}, {500, 0, 500}, {501, 1, 500}, {1003, 3, 500}};
+    struct { int inserts, index, count; } cases[] = {
+        {1, 1, 1}, {3, 3, 3}, {499, 499, 499}, {500, 0, 500}, {501, 1, 500}, {1003, 3, 500}};
     for (const auto& c : cases) {
         std::unique_ptr<VehTrace> ring(new VehTrace);
         VehTraceMng::initVehTrace(ring.get(), nullptr);
@@ -48,15 +42,10 @@ TEST(VehTraceMng, RingWrapsAndSaturatesAtFiveHundred)
 
 TEST(VehTraceMng, DamagedIndexAndCountAreBoundedBeforeUse)
 {
-    struct {
-        int32_t index, count;
-        int newIndex, newCount;
-    } cases[] = {
-        {-1, 3, 1, 4},        // index below the ring: read as 0
-        {500, 3, 1, 4},       // one past the end
-        {123456, -7, 1, 1},   // negative count: read as 0
-        {499, 9999, 0, 500},  // count beyond capacity: read as 500
-        {2147483647, 2147483647, 1, 500},
+    // An index outside the ring is read as 0, a count below 0 as 0 and one
+    // beyond capacity as 500.
+    struct { int32_t index, count; int newIndex, newCount; } cases[] = {
+        {-1, 3, 1, 4}, {500, 3, 1, 4}, {123456, -7, 1, 1}, {499, 9999, 0, 500}, {2147483647, 2147483647, 1, 500},
     };
     for (const auto& c : cases) {
         std::unique_ptr<VehTrace> ring(new VehTrace);
