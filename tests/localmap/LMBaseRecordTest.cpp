@@ -81,30 +81,3 @@ TEST(LMBaseRecords, HandWrittenRecordsDecodeInReceivedByteOrder)
     ASSERT_EQ(point.DeSerialize(wire.data(), &pos, 26), 28);
     EXPECT_EQ(imageOf(point), imageOf(pointAt(3, 4)));
 }
-
-TEST(LMBaseRecords, NameLengthUpTo64IsAcceptedAndNeverCleared)
-{
-    for (int nameLen : {0, 5, 64, 65, 255}) {
-        SCOPED_TRACE(nameLen);
-        const bool accepted = nameLen <= 64;
-        std::vector<char> wire = hexBytes("00 00  00 00 00 00 00 00 00 07");
-        wire.push_back((char)nameLen);
-        for (int i = 0; i < nameLen; ++i) {
-            wire.push_back((char)('a' + i % 26));
-        }
-        for (char c : hexBytes("3f 80 00 00  02  40 00 00 00")) {
-            wire.push_back(c);
-        }
-        LMLinkBase link;
-        memcpy(link.name, "ZZZZZZZZZZ", 10);  // an earlier, longer name
-        int pos = 0;
-        EXPECT_EQ(link.DeSerialize(wire.data(), &pos, 0), accepted ? 20 + nameLen : -1);
-        EXPECT_EQ(pos, accepted ? 20 + nameLen : 0);
-        EXPECT_EQ(+link.upstreamNodeId, 7);  // read before the name, even when refused
-        EXPECT_EQ(imageOf(link).back(), accepted ? 0x40 : 0);  // attrFloat2 2.0, the last field
-        for (int i = 0; i < LMLinkBase::NAME_LEN; ++i) {
-            char old = i < 10 ? 'Z' : 0;
-            ASSERT_EQ(link.name[i], accepted && i < nameLen ? (char)('a' + i % 26) : old) << "at " << i;
-        }
-    }
-}

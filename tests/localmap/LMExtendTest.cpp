@@ -109,21 +109,3 @@ TEST(LMNodeExtend, MergeAccumulatesMapsAndReplacesVectors)
     EXPECT_TRUE(merged.lanes.at(1).points.empty());
     EXPECT_EQ(keysOf(merged.lanes.at(1).movements), (std::vector<int64_t>{6, 2004}));
 }
-
-TEST(LMNodeExtend, RemovingAVanishedNodeDropsWhatLeadsToIt)
-{
-    LMNodeExtend node = sampleNode(1);  // links 1001 and 2001
-    node.links[1001].movements[1] = movement(1);  // a turn back to the node itself
-    const std::vector<char> before = flatOf(node);
-    for (int64_t unrelated : {1, 99}) {  // its own id, and one nothing leads to
-        EXPECT_EQ(node.removeNodeRelatedData(unrelated), 1);
-        EXPECT_EQ(flatOf(node), before) << unrelated;
-    }
-    EXPECT_EQ(node.removeNodeRelatedData(2001), 1);
-    EXPECT_EQ(keysOf(node.links), std::vector<int64_t>{1001});
-    EXPECT_EQ(keysOf(node.links.at(1001).movements), (std::vector<int64_t>{1, 3001}));
-    for (const auto& lane : node.links.at(1001).lanes) {
-        EXPECT_TRUE(lane.second.movements.empty());
-        EXPECT_EQ(lane.second.points.size(), 2u);
-    }
-}

@@ -4,9 +4,7 @@
 #include <limits>
 
 #include "LocalMapTestUtil.h"
-#include "localmap/LMMapResMng.h"
 #include "localmap/LMNodeListMng.h"
-#include "support/ProcessHelpers.h"
 
 namespace {
 
@@ -75,19 +73,4 @@ TEST(LMLocation, DistanceToStopLineAndSpeedLimitsFollowTheLink)
     // Beyond the last point: the distance to that point, plus nothing.
     ASSERT_EQ(mng.calcVehLocationInLM(pointAt(5, 0), 0.0, &res), 1);
     EXPECT_NEAR(res.dis2StopLine, 5.0, 1e-6);
-}
-
-TEST(LMMapResMng, ResultReachesAnotherProcess)
-{
-    LMMapResMng owner(true);
-    LMMapRes sent;
-    sent.upstreamNodeId = 2, sent.nodeId = -1, sent.dis2StopLine = 2.0, sent.maxSpeed = 1.0f, sent.minSpeed = -2.0f;
-    pid_t child = forkChild([&sent] {
-        LMMapResMng locator(false);
-        locator.mapRes = sent;
-        return locator.commit() == 1 ? 0 : 1;
-    });
-    ASSERT_EQ(waitChild(child), 0);
-    ASSERT_EQ(owner.update(), 1);
-    EXPECT_EQ(imageOf(owner.mapRes), imageOf(sent));
 }
