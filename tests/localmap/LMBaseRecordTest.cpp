@@ -1,58 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <type_traits>
-
 #include "LMMessageWriter.h"
 #include "LocalMapTestUtil.h"
-
-namespace {
-
-// Every decoder refuses bad arguments without touching record or cursor,
-// checks only the sign of len, and starts at the cursor.
-template <typename Rec, typename Source>
-void expectArgumentContract(int (*write)(const Source&, std::vector<char>*), const Source& source)
-{
-    SCOPED_TRACE(typeid(Rec).name());
-    std::vector<char> wire = hexBytes("ee ee ee");
-    int size = write(source, &wire);
-    Rec rec;
-    auto snapshot = [&rec] {
-        if constexpr (std::is_trivially_copyable<Rec>::value) {
-            return imageOf(rec);
-        } else {
-            return flatOf(rec);
-        }
-    };
-    const std::vector<char> before = snapshot();
-    int pos = 3;
-    int negative = -1;
-    EXPECT_EQ(rec.DeSerialize(nullptr, &pos, 10), -1);
-    EXPECT_EQ(rec.DeSerialize(wire.data(), nullptr, 10), -1);
-    EXPECT_EQ(rec.DeSerialize(wire.data(), &pos, -1), -1);
-    EXPECT_EQ(rec.DeSerialize(wire.data(), &negative, 10), -1);
-    EXPECT_EQ(pos + negative, 2);
-    EXPECT_EQ(snapshot(), before);
-    EXPECT_EQ(rec.DeSerialize(wire.data(), &pos, 0), size);
-    EXPECT_EQ(pos, (int)wire.size());
-}
-
-}  // namespace
-
-TEST(LMBaseRecords, DecoderArgumentContract)
-{
-    LMNodeExtend node = sampleNode(42);
-    const LMLinkExtend& link = node.links.begin()->second;
-    const LMLaneExtend& lane = link.lanes.begin()->second;
-    expectArgumentContract<LMNodeBase, LMNodeBase>(LMMessageWriter::writeNodeBase, node);
-    expectArgumentContract<LMLinkBase, LMLinkBase>(LMMessageWriter::writeLinkBase, link);
-    expectArgumentContract<LMLaneBase, LMLaneBase>(LMMessageWriter::writeLaneBase, lane);
-    expectArgumentContract<LMMovementBase>(LMMessageWriter::writeMovement, link.movements.begin()->second);
-    expectArgumentContract<LMPointBase>(LMMessageWriter::writePoint, link.points[0]);
-    expectArgumentContract<LMSpeedLimitBase>(LMMessageWriter::writeSpeedLimit, link.speedLimits[0]);
-    expectArgumentContract<LMLaneExtend>(LMMessageWriter::writeLane, lane);
-    expectArgumentContract<LMLinkExtend>(LMMessageWriter::writeLink, link);
-    expectArgumentContract<LMNodeExtend>(LMMessageWriter::writeNode, node);
-}
 
 TEST(LMBaseRecords, HandWrittenRecordsDecodeInReceivedByteOrder)
 {

@@ -284,26 +284,3 @@ TEST(CheckedDecoders, DuplicateLightIdsInAReceivedListLeaveTheLaterLight)
     ASSERT_EQ(side.mng.lights.size(), 1u);
     EXPECT_EQ(flatOf(side.mng.lights.begin()->second), flatOf(second));
 }
-
-TEST(CheckedDecoders, BadArgumentsAreRefusedWithoutTouchingTheList)
-{
-    std::vector<char> bytes = minimalMessage();
-    const char* buf = bytes.data();
-    NodeSide side;
-    side.mark();
-    // Null buffer or list, negative cursor or len, an end beyond INT_MAX.
-    struct {
-        LMNodeListMng* mng;
-        const char* buf;
-        int pos, len;
-    } cases[] = {{&side.mng, nullptr, 0, 9}, {nullptr, buf, 0, 9}, {&side.mng, buf, -1, 9}, {&side.mng, buf, 0, -1},
-                 {&side.mng, buf, 10, INT_MAX}};
-    for (const auto& c : cases) {
-        int pos = c.pos;
-        EXPECT_EQ(LMMessageCheck::DeSerializeChecked(c.mng, c.buf, &pos, c.len), LMMessageCheck::BAD_ARGS);
-        EXPECT_EQ(pos, c.pos);
-    }
-    EXPECT_EQ(LMMessageCheck::DeSerializeChecked(&side.mng, buf, nullptr, 9), LMMessageCheck::BAD_ARGS);
-    EXPECT_EQ(side.images(), imagesOf({{4242, sampleNode(4242)}}));
-    EXPECT_EQ(LMSignalCheck::checkRSIList(buf, 1, INT32_MAX), LMSignalCheck::BAD_ARGS);
-}
