@@ -73,9 +73,10 @@ TEST(SerialCommTool, OpensRaw8N1AndReadsBurstsOnAPseudoTerminal)
 
     // A second part that arrives while the first is read belongs to the same
     // burst. It follows as soon as the first is taken, well within the 2 ms
-    // gap; a busy machine may still miss that, so the scenario has three tries.
+    // gap; a busy machine may still miss that, so the scenario has twenty
+    // tries (a reader that never waits for a second part fails them all).
     bool whole = false;
-    for (int attempt = 0; attempt < 3 && !whole; ++attempt) {
+    for (int attempt = 0; attempt < 20 && !whole; ++attempt) {
         pty.write("first");
         ASSERT_TRUE(waiting(port.fd, 5) >= 5);
         std::thread device([&] {
