@@ -104,8 +104,7 @@ struct Monitor {
     std::atomic<uint32_t> violations;
     std::atomic<uint32_t> noteCount;
     char notes[MAX_NOTES][NOTE_LEN];
-    // Not 0 once an insert of the key was acknowledged.
-    std::atomic<uint32_t> configAckedAt[CONFIG_KEYS];
+    std::atomic<uint32_t> configAcked[CONFIG_KEYS];  // 1 once an insert of the key was acknowledged
     std::atomic<uint32_t> configRewriteKills;  // kills inside a config insert's lock
     std::atomic<uint32_t> commSumKills;        // kills inside the message totals' lock
     std::atomic<uint32_t> idSeen[65536];       // draws of each identifier
@@ -230,14 +229,14 @@ void opConfig(Worker& w)
         int rc = w.config.operateSHMNotSafe(marked<DevConfigMng::insertConfig2SHM, IN_CONFIG_INSERT>, &entry);
         expect(rc == 1, w, "config", "insert refused", rc);
         if (rc == 1) {
-            mon->configAckedAt[k].store(mon->configRewriteKills.load() + 1);
+            mon->configAcked[k].store(1);
         }
         return;
     }
     // Inserts acknowledged before this read began must all be in it.
     uint32_t acked[CONFIG_KEYS];
     for (int k = 0; k < CONFIG_KEYS; ++k) {
-        acked[k] = mon->configAckedAt[k].load();
+        acked[k] = mon->configAcked[k].load();
     }
     int rc = w.config.update();
     expect(rc == 1, w, "config", "update failed", rc);
@@ -866,7 +865,7 @@ int main(int argc, char** argv)
     DevConfigMng config(false);
     config.update();
     for (int k = 0; k < CONFIG_KEYS; ++k) {
-        if (mon->configAckedAt[k].load() != 0 && config.configs.count(configKey(k)) == 0) {
+        if (mon->configAcked[k].load() != 0 && config.configs.count(configKey(k)) == 0) {
             configMissing(k, "the final read");
         }
     }
