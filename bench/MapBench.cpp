@@ -9,7 +9,7 @@
 #include <cstring>
 #include <vector>
 
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 #include "SampleIntersection.h"
 #include "localmap/LMMapRes.h"
 #include "localmap/LMMessageCheck.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 #include "codec/RTCMShortFrame.h"
 #include "codec/VI2CFrame.h"
 #include "SampleIntersection.h"

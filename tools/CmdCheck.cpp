@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <iostream>
 
-#include "ListCheck.h"
+#include "v2xshm-unit/ListCheck.h"
 
 namespace {
 

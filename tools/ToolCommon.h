@@ -1,9 +1,10 @@
 #ifndef V2XSHM_TOOLS_TOOLCOMMON_H
 #define V2XSHM_TOOLS_TOOLCOMMON_H
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include "JsonText.h"
 
 // Shared pieces of the v2xshm command-line tool: the segment map, argument
 // handling, error reporting and the checks that keep reading from creating
@@ -54,20 +55,6 @@ bool requireOwner(const ListInfo& list);
 void guardLockWait(const char* listName, unsigned seconds = 5);
 void releaseLockGuard();
 
-// JSON documents keep their members in the order they were added.
-using Json = nlohmann::ordered_json;
-
-// JSON output. Texts come from shared memory, files and datagrams and need
-// not be UTF-8: every byte that is not part of valid UTF-8 is written as
-// U+FFFD, so the output always parses.
-std::string jsonText(const Json& doc);
-// Prints `doc` on one line of stdout.
-void printJson(const Json& doc);
-// Text as a JSON string literal, quotes included.
-std::string jsonString(const std::string& text);
-// A number as formatDouble writes it: whole values without a fraction.
-Json jsonNumber(double value);
-
 // What the kernel says about one list's segment and semaphore, found with
 // look-up-only calls (shmget/semget with flags 0, IPC_STAT, GETVAL): probing
 // never creates anything.
@@ -86,8 +73,5 @@ struct ListProbe {
 ListProbe probeList(const ListInfo& list);
 // "absent", "never initialised", "free" or "held".
 const char* semStateName(ListProbe::SemState state);
-
-// A double printed with the fewest digits that read back to the same value.
-std::string formatDouble(double value);
 
 #endif

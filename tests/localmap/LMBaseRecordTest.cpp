@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 #include "LocalMapTestUtil.h"
 
 TEST(LMBaseRecords, HandWrittenRecordsDecodeInReceivedByteOrder)

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 #include "LocalMapTestUtil.h"
 #include "SampleIntersection.h"
 #include "SampleSignal.h"

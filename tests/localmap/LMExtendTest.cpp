@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 #include "LocalMapTestUtil.h"
 
 namespace {

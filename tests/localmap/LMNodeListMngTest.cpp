@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <climits>
 
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 #include "LocalMapTestUtil.h"
 #include "localmap/LMNodeListMng.h"
 #include "shm/TimeTool.h"

@@ -1,4 +1,4 @@
-#include "ListCheck.h"
+#include "v2xshm-unit/ListCheck.h"
 
 #include <cstring>
 #include <functional>

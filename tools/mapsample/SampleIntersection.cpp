@@ -4,7 +4,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 #include "SampleIntersection.h"
 
 namespace {

@@ -40,7 +40,7 @@
 #include <string>
 #include <vector>
 
-#include "ListCheck.h"
+#include "v2xshm-unit/ListCheck.h"
 #include "OwnerTable.h"
 #include "SampleIntersection.h"
 #include "SampleSignal.h"

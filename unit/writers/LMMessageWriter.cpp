@@ -1,4 +1,4 @@
-#include "LMMessageWriter.h"
+#include "v2xshm-unit/LMMessageWriter.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,5 +1,5 @@
-#ifndef V2XSHM_TOOLS_LISTCHECK_H
-#define V2XSHM_TOOLS_LISTCHECK_H
+#ifndef V2XSHM_UNIT_LISTCHECK_H
+#define V2XSHM_UNIT_LISTCHECK_H
 
 #include <string>
 #include <utility>

@@ -1,0 +1,42 @@
+#include "JsonText.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+std::string formatDouble(double value)
+{
+    char buf[40];
+    for (int precision = 1; precision <= 17; ++precision) {
+        snprintf(buf, sizeof buf, "%.*g", precision, value);
+        if (strtod(buf, nullptr) == value) {
+            break;
+        }
+    }
+    return buf;
+}
+
+std::string jsonText(const Json& doc)
+{
+    return doc.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+void printJson(const Json& doc)
+{
+    std::cout << jsonText(doc) << std::endl;
+}
+
+std::string jsonString(const std::string& text)
+{
+    return jsonText(text);
+}
+
+Json jsonNumber(double value)
+{
+    // Exactly representable whole numbers print as integers, as before.
+    if (value == (double)(int64_t)value && value > -9.0e15 && value < 9.0e15) {
+        return (int64_t)value;
+    }
+    return value;
+}
