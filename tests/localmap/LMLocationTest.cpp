@@ -2,11 +2,9 @@
 
 #include <cmath>
 #include <limits>
-#include <random>
 
 #include "LocalMapTestUtil.h"
 #include "localmap/LMNodeListMng.h"
-#include "space/SpaceToolGeo.h"
 
 namespace {
 
@@ -20,40 +18,6 @@ LMLinkExtend& setLink(LMNodeListMng* mng, int lanes, std::vector<LMPointBase> po
     link.points = points;
     link.calcPointsDis2End();
     return link;
-}
-
-// The search before it learned to skip segments too far away to win: each
-// segment's direction and distance, the nearest that heads the right way.
-int plainSearch(const std::map<int64_t, LMNodeExtend>& nodes, GeoCoordinates position, double heading, LMMapRes* out)
-{
-    const double tolerance = 0.5235987755982988;  // 30 degrees
-    LMMapRes found;
-    double best = 9999.0;
-    int bestLanes = 0;
-    for (const auto& node : nodes) {
-        for (const auto& link : node.second.links) {
-            const std::vector<LMPointBase>& pts = link.second.points;
-            for (size_t i = 1; i < pts.size(); ++i) {
-                double diff = fabs(heading - SpaceToolGeo::AngleOfVector(pts[i - 1], pts[i]));
-                double d = SpaceToolGeo::DistancePoint2LineSegment(position, pts[i - 1], pts[i]);
-                if ((diff < tolerance || 6.283185307179586 - diff < tolerance) && d < best) {
-                    found.upstreamNodeId = link.first;
-                    found.nodeId = node.first;
-                    found.dis2StopLine = SpaceToolGeo::DistancePoint2Point(position, pts[i]) + pts[i].dis2End;
-                    found.maxSpeed = link.second.getVehSpeedLimByType(5, 16.67f);
-                    found.minSpeed = link.second.getVehSpeedLimByType(4, 0.0f);
-                    bestLanes = link.second.laneNum;
-                    best = d;
-                }
-            }
-        }
-    }
-    found.refreshTime();
-    if (bestLanes * 3.5 + 5.0 > best) {
-        *out = found;
-        return 1;
-    }
-    return -2;
 }
 
 }  // namespace
@@ -109,47 +73,4 @@ TEST(LMLocation, DistanceToStopLineAndSpeedLimitsFollowTheLink)
     // Beyond the last point: the distance to that point, plus nothing.
     ASSERT_EQ(mng.calcVehLocationInLM(pointAt(5, 0), 0.0, &res), 1);
     EXPECT_NEAR(res.dis2StopLine, 5.0, 1e-6);
-}
-
-// Fans of spokes within 25 degrees of east pointing away from a vehicle at
-// their centre, all one radius away to a few units in the last place: each
-// spoke's nearest point is where its bounding box begins, the hardest case
-// for the skip. The same code and bytes as the plain search, stamp aside.
-TEST(LMLocation, SkippingFarSegmentsGivesWhatThePlainSearchGives)
-{
-    const double origins[][2] = {{30.0, 120.0}, {59.9, 10.7}, {-45.0, -170.0}, {0.001, 0.0}, {89.5, 45.0}};
-    const double radii[] = {2.0, 50.0, 400.0, 890.0};
-    std::mt19937 gen(20240611);
-    auto real = [&gen](double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(gen); };
-    auto pick = [&gen](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(gen); };
-    LMNodeListMng mng(true);
-    int found = 0;
-    for (int m = 0; m < 500; ++m) {
-        const double* o = origins[m % 5];
-        double r = radii[pick(0, 3)];
-        mng.nodes.clear();
-        for (int k = pick(1, 60); k > 0; --k) {
-            double dir = real(-0.43, 0.43);
-            double d = r * (1.0 + pick(0, 3) * 1e-13);
-            LMLinkExtend& link = mng.nodes[pick(-5, 5) * 1000003].links[pick(-20, 20)];
-            link.points = {pointAt(d * cos(dir), d * sin(dir), o[0], o[1]),
-                           pointAt((d + 10) * cos(dir), (d + 10) * sin(dir), o[0], o[1])};
-            link.calcPointsDis2End();
-            link.laneNum = (uint8_t)pick(0, 255);
-            link.speedLimits = {limit((uint8_t)pick(4, 5), (float)real(0.0, 40.0))};
-        }
-        double east = real(-1e-6, 1e-6);
-        GeoCoordinates pos = pointAt(east, real(-1e-6, 1e-6), o[0], o[1]);
-        double heading = real(-0.6, 0.6);
-        LMMapRes fast;
-        LMMapRes plain;
-        memset(static_cast<void*>(&fast), 0xA5, sizeof fast);
-        memset(static_cast<void*>(&plain), 0xA5, sizeof plain);
-        int code = mng.calcVehLocationInLM(pos, heading, &fast);
-        ASSERT_EQ(code, plainSearch(mng.nodes, pos, heading, &plain)) << "fan " << m;
-        fast.latestRefreshTime = +plain.latestRefreshTime;
-        ASSERT_EQ(imageOf(fast), imageOf(plain)) << "fan " << m << ": node " << +fast.nodeId << " link " << +fast.upstreamNodeId;
-        found += code == 1;
-    }
-    EXPECT_TRUE(found > 100 && found < 400) << found;
 }

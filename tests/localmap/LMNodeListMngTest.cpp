@@ -82,20 +82,11 @@ TEST(LMNodeListMng, UpdateRefillsTheLocalMapAsAFreshDecodeWould)
         }
         image.resize(SIZE, 0);
         ASSERT_EQ(mng.operateSHMNotSafe(writeSegment, &image), 1);
-        NodeMap fresh;
-        int code = 1;
-        int pos = 4;
-        for (int32_t i = 0; i < count; ++i) {
-            LMNodeExtend node;
-            if (node.buffer2Obj(image.data(), &pos, SIZE) < 0) {
-                code = -1;
-                break;
-            }
-            fresh[+node.nodeId] = node;
-        }
+        LMNodeListMng fresh(false);
+        int code = fresh.update();
         EXPECT_EQ(code, &nodes == &images.back() ? -1 : 1);
         EXPECT_EQ(mng.update(), code) << count << " nodes";
-        EXPECT_EQ(imagesOf(mng.nodes), imagesOf(fresh)) << count << " nodes";
+        EXPECT_EQ(imagesOf(mng.nodes), imagesOf(fresh.nodes)) << count << " nodes";
     }
 }
 

@@ -54,28 +54,6 @@ TEST(LMSignalRecords, LightDecodesFromGoldenBytesAndKeepsItsStamp)
     EXPECT_EQ(pos, 0);
 }
 
-TEST(LMSignalRecords, LightRoundTripsThroughMessageAndImage)
-{
-    LMTrafficLightExtend light = SampleSignal::lights()[0];  // four phases of three states
-    light.latestRefreshTime = 1700000000.5;
-    std::vector<char> image = flatOf(light);
-    LMTrafficLightExtend back;
-    back.phases[9].phaseID = 9;  // replaced, not merged
-    int pos = 0;
-    ASSERT_EQ(back.buffer2Obj(image.data(), &pos), (int)image.size());
-    EXPECT_EQ(pos, (int)image.size());
-    EXPECT_EQ(flatOf(back), image);
-    pos = 0;
-    EXPECT_EQ(back.buffer2Obj(image.data(), &pos, (int)image.size() - 1), -1) << "an image cut short is refused";
-    EXPECT_EQ(pos, 0);
-
-    std::vector<char> message;
-    ASSERT_GT(LMMessageWriter::writeTrafficLight(light, &message), 0);
-    LMTrafficLightExtend decoded = decodeOne<LMTrafficLightExtend>(message, (int)message.size());
-    decoded.latestRefreshTime = light.latestRefreshTime;  // never in a message
-    EXPECT_EQ(flatOf(decoded), image);
-}
-
 TEST(LMSignalRecords, RsiTextAndPointsRoundTripAndOldTextTailStays)
 {
     LMRSIExtend rsi = SampleSignal::rsiRecords()[0];
