@@ -35,6 +35,12 @@ TEST(PtcLists, KeysTellParticipantsApart)
         ASSERT_EQ(insertInto(ptcs, &first), 2);
         EXPECT_EQ(insertInto(ptcs, &c.first), c.second) << c.first.ptcID << " " << (int)c.first.source;
     }
+    // Several at once: a stored one keeps its identifier, a new one gets the next.
+    PTC stored = ptc(7, 1, "cam-1");
+    ASSERT_EQ(insertInto(ptcs, &stored), 1);
+    std::vector<PTC> batch = {ptc(9, 1, "cam-1"), ptc(7, 1, "cam-1")};
+    EXPECT_EQ(ptcs.operateSHMNotSafe(PTCListMng::insertUpdateListMulti, &batch), 1);
+    EXPECT_TRUE(batch[1].localID == stored.localID && batch[0].localID == stored.localID + 1 && ptcs.storedCount() == 2);
 
     // OBU and RSU lists know a device by its id; an empty id is an id too.
     Seg<PtcOBUListMng> obus(true);
@@ -48,32 +54,6 @@ TEST(PtcLists, KeysTellParticipantsApart)
         memcpy(r.id, ids[i], strlen(ids[i]));
         EXPECT_EQ(insertInto(obus, &o) * 10 + insertInto(rsus, &r), expected[i] * 11) << i;
     }
-}
-
-TEST(PtcLists, RefreshKeepsIdentifierAndPlace)
-{
-    Seg<PTCListMng> list(true);
-    PTC a = ptc(1, 1, "s"), b = ptc(2, 1, "s");
-    a.localID = 999;  // whatever the caller left there is replaced
-    ASSERT_EQ(insertInto(list, &a), 2);
-    ASSERT_EQ(insertInto(list, &b), 2);
-    EXPECT_EQ(b.localID, a.localID + 1);
-
-    PTC again = ptc(1, 1, "s");
-    again.gnss.speed = 12.5f;
-    double before = TimeTool::getPreciseTimeNow();
-    ASSERT_EQ(insertInto(list, &again), 1);
-    EXPECT_EQ(again.localID, a.localID) << "the caller sees the kept identifier";
-    ASSERT_EQ(list.update(), 1);
-    ASSERT_EQ(list.ptcs.size(), 2u);
-    EXPECT_EQ(copyOf(list.ptcs[0].localID), a.localID);
-    EXPECT_EQ(copyOf(list.ptcs[0].gnss.speed), 12.5f);
-    EXPECT_GE(copyOf(list.ptcs[0].latestRefreshTime), before);
-
-    std::vector<PTC> batch = {ptc(2, 1, "s"), ptc(3, 1, "s")};
-    EXPECT_EQ(list.operateSHMNotSafe(PTCListMng::insertUpdateListMulti, &batch), 1);
-    EXPECT_EQ(batch[0].localID, b.localID);
-    EXPECT_EQ(list.storedCount(), 3);
 }
 
 // The same claims on all three lists, which share their logic.
