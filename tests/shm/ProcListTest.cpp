@@ -99,15 +99,3 @@ TEST(DevProcListMng, FeedingProcessesAndARestartedOneShareTheList)
     EXPECT_FALSE(list.items[0].isPreciseOverTime(5.0));  // the first of the name was fed
     EXPECT_TRUE(owner().procs["alpha"].isPreciseOverTime(90.0));
 }
-
-TEST(DevProcListMng, FeedingThreadWaitsAPeriodBeforeItsFirstFeed)
-{
-    owner().procs.clear();
-    ASSERT_EQ(owner().commit(), 1);
-    pid_t child = forkChild([] {  // the child's exit ends the thread
-        DevProcListInShm list;
-        int started = FeedWDog::start_thr_FeedDog("worker", "x");
-        return started == 1 && FeedWDog::plm.updateFromSHM(&list, sizeof list) == 1 && list.count == 0 ? 0 : 1;
-    });
-    EXPECT_EQ(waitChild(child), 0);
-}

@@ -1,11 +1,11 @@
 #include "shm/TextFileTool.h"
-#include "shm/ThreadTool.h"
+#include "shm/TimeTool.h"
+#include "shm/IFRefreshable.h"
 
-#include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <limits>
 #include <string>
 #include <unistd.h>
 
@@ -58,16 +58,21 @@ TEST(TextFileTool, ReadsLinesThroughEveryEndOfFileAndAppends)
     remove(path.c_str());
 }
 
-TEST(ThreadTool, StartsDetachedThreadsAfterAPause)
+TEST(IF_Refreshable, AgeComparisonIsStrict)
 {
-    static std::atomic<unsigned long> seenId(0);
-    auto start = std::chrono::steady_clock::now();
-    unsigned long id = 0;
-    auto body = [](void*) -> void* { return seenId = (unsigned long)pthread_self(), nullptr; };
-    EXPECT_EQ(ThreadTool::createNewThread(body, nullptr, &id), 1);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
-    for (int i = 0; i < 500 && seenId == 0; ++i) {
-        usleep(10000);  // bounded wait for the thread to run
+    const double INF = std::numeric_limits<double>::infinity();
+    double now = TimeTool::getPreciseTimeNow();
+    struct {
+        double stamp, limit;
+        bool over;
+    } cases[] = {
+        {now - 5.0, 4.5, true}, {now - 5.0, 5.5, false},
+        {now - 0.01, 0.0, true}, {now + 100.0, 0.0, false},  // any measurable age is over 0; a stamp ahead is not
+        {-INF, INF, false},  // age exactly at the limit is still fresh
+    };
+    for (const auto& c : cases) {
+        IF_Refreshable rec;
+        rec.latestRefreshTime = c.stamp;
+        EXPECT_EQ(rec.isPreciseOverTime(c.limit), c.over) << "stamp " << c.stamp << " limit " << c.limit;
     }
-    EXPECT_EQ(seenId, id);
 }
