@@ -1,12 +1,11 @@
-// The vehicle status image, the withdrawal of bus-sourced items and the
-// disabled-vehicle event bit (set from other processes in
-// tests/space/SpaceToolCommandsTest.sh).
+// The vehicle status image and the withdrawal of bus-sourced items. The
+// disabled-vehicle event bit is set and cleared from other processes in
+// tests/space/SpaceToolCommandsTest.sh.
 #include "status/VehStatus.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
 
-#include "status/VehStatusMng.h"
 #include "support/ByteImage.h"
 
 namespace {
@@ -52,26 +51,6 @@ TEST(VehStatus, RecoveryWithdrawsEachBusItemAlone)
         expected[(const char*)&(s.*item.marker) - (const char*)&s] = VehStatus::SOURCE_NONE;
         s.revoverCANOBD2Unavailable();
         EXPECT_EQ(bytesOf(&s, sizeof s), expected) << item.name;
-    }
-}
-
-TEST(VehStatus, DisabledEventTogglesOnlyItsBit)
-{
-    struct { uint8_t before; int on; uint8_t after, source; } cases[] = {
-        {0x2B, 1, 0x3B, VehStatus::SOURCE_MANUAL},
-        {0x3B, 7, 0x3B, VehStatus::SOURCE_MANUAL},  // raised twice: nothing more
-        {0x3B, 0, 0x2B, VehStatus::SOURCE_NONE},
-        {0xEF, 0, 0xEF, VehStatus::SOURCE_NONE},
-    };
-    for (const auto& c : cases) {
-        VehStatus s = filled(VehStatus::SOURCE_BUS);
-        s.eventFlags[1] = c.before;
-        Bytes expected = bytesOf(&s, sizeof s);
-        expected[51] = c.after;
-        expected[52] = c.source;
-        int on = c.on;
-        EXPECT_EQ(VehStatusMng::setVehDisabledInSHM(&s, &on), 1);
-        EXPECT_EQ(bytesOf(&s, sizeof s), expected) << std::hex << (int)c.before << " on " << c.on;
     }
 }
 
