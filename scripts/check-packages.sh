@@ -31,11 +31,15 @@ if ! (cd "$build" && cpack -G DEB --config CPackConfig.cmake >"$build/cpack.log"
     exit 1
 fi
 
+# The first match only, without `| head`: under pipefail a writer cut off by
+# head fails the pipeline (SIGPIPE), now and then.
 version=$(sed -n 's/^CPACK_PACKAGE_VERSION:STRING=//p;s/^set(CPACK_PACKAGE_VERSION "\(.*\)")$/\1/p' \
-    "$build/CPackConfig.cmake" | head -n 1)
+    "$build/CPackConfig.cmake")
+version=${version%%$'\n'*}
 deb() { echo "$out/$1_${version}-1_${arch}.deb"; }
 field() { dpkg-deb -f "$(deb "$1")" "$2"; }
-has() { dpkg-deb -c "$(deb "$1")" | awk '{print $6}' | grep -qx "./$2"; }
+# grep reads to the end (no -q), for the same reason.
+has() { dpkg-deb -c "$(deb "$1")" | awk '{print $6}' | grep -x "./$2" >/dev/null; }
 system_deps() { [[ $(field "$1" Depends) =~ libc6\ \(\>=\ 2\.34\) && $(field "$1" Depends) =~ libstdc\+\+6 ]]; }
 
 for pkg in libv2xshm0 libv2xshm-dev v2xshm; do
@@ -71,7 +75,7 @@ check "v2xshm: does not need libv2xshm0" \
     bash -c "! readelf -d '$root/usr/bin/v2xshm' | grep -q 'NEEDED.*libv2xshm'"
 check "v2xshm: depends on the C and C++ runtimes only" system_deps v2xshm
 check "v2xshm: manual page v2xshm(1) renders cleanly" \
-    bash -c "zcat '$root/usr/share/man/man1/v2xshm.1.gz' | head -n 5 | grep -q '^\.TH V2XSHM 1' &&
+    bash -c "zcat '$root/usr/share/man/man1/v2xshm.1.gz' | sed -n 1,5p | grep -q '^\.TH V2XSHM 1' &&
              test -z \"\$(MANWIDTH=80 man -l '$root/usr/share/man/man1/v2xshm.1.gz' 2>&1 >/dev/null)\""
 
 echo "packages: $passed passed, $failed failed"
