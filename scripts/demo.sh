@@ -5,14 +5,16 @@
 # the sample intersection's map as a receiving process would, drive a
 # simulated car along one approach with a fix every 100 ms of simulated time,
 # and print at each step where the car is in the map (node, link, distance to
-# the stop line, speed limits), through the intersection until it is out of
-# reach. Meanwhile a second vehicle with an on-board unit approaches on the
-# crossing road; at each step the car turns the participants into targets and
-# prints the other vehicle's distance and bearing; once it falls silent it
-# leaves the lists 2 s after its last report. Finally stop the owner and show
-# that nothing is left.
+# the stop line, speed limits) and the light ahead with its count-down (the
+# controller re-sends its state at every step, on the drive's clock), through
+# the intersection until it is out of reach. Meanwhile a second vehicle with
+# an on-board unit approaches on the crossing road; at each step the car turns
+# the participants into targets and prints the other vehicle's distance and
+# bearing; once it falls silent it leaves the lists 2 s after its last report.
+# Finally stop the owner and show that nothing is left.
 #
-# Usage: scripts/demo.sh    (builds the host tool into build/host if needed)
+# Usage: scripts/demo.sh    (builds the host tool into build/host if needed;
+#                            V2XSHM_BUILD_DIR names another build directory)
 set -euo pipefail
 
 ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -42,19 +44,41 @@ setup() {
             cmake -S "$ROOT" -B "$BUILD" -G Ninja >/dev/null
         fi
     fi
-    echo "== building the v2xshm tool"
-    ninja -C "$BUILD" -j2 v2xshm_tool >/dev/null
+    echo "== building the v2xshm tool (the first run compiles the library: about 5 minutes on 2 idle cores)"
+    build_tool
+}
+
+# Builds the tool and the sample writer, showing ninja's progress: one line
+# rewritten in place on a terminal, else a line per tenth of the way. The
+# whole output goes to a log, shown when the build fails.
+build_tool() {
+    local log="$BUILD/demo-build.log" tty=0
+    [ -t 1 ] && tty=1
+    if ! ninja -C "$BUILD" -j2 v2xshm_tool v2xshm_makesample 2>&1 | tee "$log" | awk -v tty="$tty" '
+        /^\[[0-9]+\/[0-9]+\]/ {
+            split(substr($1, 2, length($1) - 2), n, "/")
+            file = $NF; sub(/.*\//, "", file)
+            if (tty) { printf "\r\033[K   %s %s", $1, file; shown = 1 }
+            else if (n[1] > 0 && n[1] * 10 >= tenth * n[2]) { printf "   %s %d%%\n", $1, 100 * n[1] / n[2]; tenth = int(n[1] * 10 / n[2]) + 1 }
+            fflush()
+        }
+        END { if (shown) printf "\r\033[K" }'; then
+        echo "demo: the build failed; the end of $log:" >&2
+        tail -n 30 "$log" >&2
+        exit 1
+    fi
 }
 
 if [ "${V2XSHM_DEMO_INSIDE:-}" != 1 ]; then
     setup
     echo "== entering a private IPC namespace"
     exec unshare --ipc --map-root-user env V2XSHM_DEMO_INSIDE=1 V2XSHM_TOOL="$BUILD/tools/v2xshm" \
-        bash "${BASH_SOURCE[0]}" "$@"
+        V2XSHM_MAKESAMPLE="$BUILD/tools/mapsample/v2xshm_makesample" bash "${BASH_SOURCE[0]}" "$@"
 fi
 
 # --- Inside the namespace.
 TOOL="$V2XSHM_TOOL"
+MAKESAMPLE="$V2XSHM_MAKESAMPLE"
 WORK="$(mktemp -d)"
 OWNER_PID=""
 trap '[ -n "$OWNER_PID" ] && kill -KILL "$OWNER_PID" 2>/dev/null; rm -rf "$WORK"' EXIT
@@ -125,15 +149,11 @@ step_gnss() {
 # The sample intersection (data/sample-intersection.map): Harbour St / Mill Rd,
 # node 1001 at 30 N 120.12 E, and its neighbour 1002 420 m east.
 SAMPLE_MAP="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/data/sample-intersection.map"
-# Its signal controllers (count-downs in seconds from reception) and road-side
-# information (road works on Mill Rd northbound, among others).
+# Its signal controllers (count-downs in seconds from reception; the drive
+# re-sends them as they count down) and road-side information (road works on
+# Mill Rd northbound, among others).
 SAMPLE_SIGNAL="$(dirname "$SAMPLE_MAP")/sample-signal.tl"
 SAMPLE_RSI="$(dirname "$SAMPLE_MAP")/sample-rsi.rsi"
-
-# lonlat EAST NORTH: the point EAST and NORTH metres from node 1001.
-lonlat() {
-    awk -v e="$1" -v n="$2" 'BEGIN { printf "%.9f %.9f", 120.12 + e / (111195 * 0.8660254037844387), 30 + n / 111195 }'
-}
 
 step_map() {
     step "A receiving process gets the map of the intersection: checked, merged into the shared list"
@@ -147,7 +167,6 @@ step_map() {
 step_signal() {
     step "The intersection's signal controller and its road-side information arrive: checked, then listed"
     v2xshm signal load "$SAMPLE_SIGNAL"
-    SIGNAL_LOADED_AT=$SECONDS
     v2xshm rsi load "$SAMPLE_RSI" --source rsu-1001
     echo "\$ v2xshm show signals --node 1001 | grep phase"
     "$TOOL" show signals --node 1001 | grep 'phase'
@@ -167,38 +186,52 @@ step_drive() {
     echo "and the car's advising process turns the participants into targets (distance, bearing"
     echo "from the car's heading, positive to the right):"
     echo "  \$ v2xshm targets build"
-    echo "locate also gives the light of the car's movement (straight on to node 1003, phase 2) with"
-    echo "the seconds until it changes (counted from the light's reception, in real time), and the"
-    echo "road-side information on its link."
+    echo "The signal controller sends its state ten times a second, each message with the count-downs"
+    echo "of that moment; here one goes out at each step, on the drive's clock:"
+    echo "  \$ v2xshm signal load LIGHTS.tl"
+    echo "locate gives the light of the car's movement (straight on to node 1003, phase 2) at the moment"
+    echo "of the fix, with the seconds until it changes, and the road-side information on its link."
     echo
-    # The other vehicle: 140 m east at first, 0.8 m closer each step, until
-    # its stop line 15 m east of the centre (step 156).
-    local obu_at=()
+    # Per step: its time and the car's place, then the other vehicle: 140 m
+    # east at first, 0.8 m closer each step, until its stop line 15 m east of
+    # the centre (step 156).
+    local steps=() obu_at=()
+    mapfile -t steps < <(awk 'BEGIN { for (i = 0; i < 400; i++) { n = -120 + 1.25 * i
+        printf "%.1f %.2f %.9f %.9f %d\n", i / 10, n, 120.12 + 5.25 / (111195 * 0.8660254037844387),
+               30 + n / 111195, (n > -15) } }')
     mapfile -t obu_at < <(awk 'BEGIN { for (i = 0; i <= 156; i++) printf "--lon %.9f --lat %.9f\n",
         120.12 + (140 - 0.8 * i) / (111195 * 0.8660254037844387), 30 + 5.25 / 111195 }')
     printf '%6s %9s  %s\n' "time" "north" "matched node and link, distance to the stop line, speed limits"
-    local i=0 north lon lat ms out misses=0
-    while [ "$misses" -lt 3 ]; do
-        north=$(awk -v i="$i" 'BEGIN { printf "%.2f", -120 + 1.25 * i }')
-        read -r lon lat <<<"$(lonlat 5.25 "$north")"
+    local i=0 t north lon lat past ms out target signal rsi misses=0
+    while [ "$misses" -lt 3 ] && [ "$i" -lt ${#steps[@]} ]; do
+        read -r t north lon lat past <<<"${steps[$i]}"
         ms=$(( (i * 100) % 60000 ))
         "$TOOL" gnss push --lon "$lon" --lat "$lat" --speed 12.5 --heading 0 --time-ms "$ms" >/dev/null
+        # After the fix: locate takes the light at the fix's moment, and a
+        # light received later as it was sent, however long the step takes.
+        "$MAKESAMPLE" signal "$WORK/lights.tl" --at "$t" >/dev/null
+        "$TOOL" signal load "$WORK/lights.tl" >/dev/null
         "$TOOL" obu push --id obu-b ${obu_at[$((i < 156 ? i : 156))]} --speed 8 --heading 270 >/dev/null
         target=$("$TOOL" targets build | sed -nE 's/^  type 2  distance ([0-9.]+ m)  bearing (.* deg( \([a-z]+\))?)  local .* id "obu-b".*/obu-b \1, \2/p')
         # Limits in km/h only, to keep each step on one line.
         out=$("$TOOL" locate --gnss | sed -E 's| [0-9.]+ m/s \(([0-9.]+ km/h)\)| \1|g')
-        signal=$(printf '%s\n' "$out" | sed -nE 's/^  to 1003 \(phase 2\): (.*)/\1/p')
-        rsi=$(printf '%s\n' "$out" | sed -nE 's/^  road-side information, [0-9]+ m away: [^:]*: (.{0,40}).*/\1.../p')
-        out=$(printf '%s\n' "$out" | head -n 1)
+        signal=$(sed -nE 's/^  to 1003 \(phase 2\): (.*)/\1/p' <<<"$out")
+        rsi=$(sed -nE 's/^  road-side information, [0-9]+ m away: [^:]*: (.{0,40}).*/\1.../p' <<<"$out")
+        out=${out%%$'\n'*}
         case $out in
             "no link"*) misses=$((misses + 1)); out="out of reach: no link within reach (-2)" ;;
-            *) awk -v n="$north" 'BEGIN { exit !(n > -15) }' && out="$out  (past the stop line)" ;;
+            *) [ "$past" = 1 ] && out="$out  (past the stop line)" ;;
         esac
-        printf '%5.1fs %8.2fm  %s\n' "$(awk -v i="$i" 'BEGIN { print i / 10 }')" "$north" "$out"
+        printf '%5.1fs %8.2fm  %s\n' "$t" "$north" "$out"
         printf '%18s target: %s\n' "" "$target"
         [ -n "$signal" ] && printf '%18s light: %s%s\n' "" "$signal" "${rsi:+; road-side: $rsi}"
         i=$((i + 1))
     done
+    LAST_MESSAGE_AT=$EPOCHREALTIME
+
+    step "The road around the car as the drive ends: the other vehicle as a target"
+    v2xshm show targets
+    v2xshm ptc age
 
     step "The last location published stays, with its age, for readers to judge"
     v2xshm show location
@@ -206,26 +239,20 @@ step_drive() {
     step "What the locating process published for the other processes: phases and road-side information"
     v2xshm show phases
     v2xshm show rsi-results
+}
 
-    step "Aging: the map is kept while it is refreshed within 10 s; the lights, received once, go after 10 s"
+step_aging() {
+    step "Aging: the car is out of reach of the controller and of obu-b, which send nothing more"
+    echo "The ageing tasks drop the lights 10 s after their last message and obu-b 2 s after its last"
+    echo "report; the map is kept while it is refreshed within 10 s."
+    local wait_for
+    wait_for=$(awk -v last="$LAST_MESSAGE_AT" -v now="$EPOCHREALTIME" 'BEGIN { w = last + 10.5 - now; printf "%.1f", (w > 0 ? w : 0) }')
+    echo "(waiting ${wait_for} s more, until the last messages are 10.5 s old)"
+    sleep "$wait_for"
     echo "(the receiving process gets the map again, as it does every second)"
     v2xshm map load "$SAMPLE_MAP"
     v2xshm map age
-    # The drive usually takes longer than that; on a fast machine, wait for it.
-    local wait_for=$((SIGNAL_LOADED_AT + 11 - SECONDS))
-    if [ "$wait_for" -gt 0 ]; then
-        echo "(waiting ${wait_for} s more, until the lights are older than 10 s)"
-        sleep "$wait_for"
-    fi
     v2xshm signal age
-}
-
-step_road_around() {
-    step "The road around the car: the other vehicle as a target, then silent"
-    v2xshm show targets
-    v2xshm ptc age
-    echo "(obu-b sends nothing more; 2.1 s later the ageing task drops it)"
-    sleep 2.1
     v2xshm ptc age
     v2xshm show obu
     v2xshm targets build
@@ -239,6 +266,6 @@ step_gnss
 step_map
 step_signal
 step_drive
-step_road_around
+step_aging
 step_stop_owner
 step_nothing_left

@@ -510,6 +510,7 @@ int locate(const ToolArgs& args)
 {
     GeoCoordinates position;
     float compass = 0.0f;
+    double fixTime = 0.0;  // the lights are taken at the fix's moment
     bool fromGnss = args.words.size() == 1 && args.words[0] == "--gnss";
     if (!fromGnss) {
         double lon = 0.0;
@@ -548,6 +549,7 @@ int locate(const ToolArgs& args)
         }
         position = gnss.gnss.position;
         compass = gnss.gnss.heading;
+        fixTime = gnss.gnss.getLatestRefreshTime();
     }
     LMNodeListMng mng(false);
     if (!readMap(mng)) {
@@ -569,9 +571,9 @@ int locate(const ToolArgs& args)
         std::cout << "{\"result\":" << found << ",\"lon\":" << number(position.longitude) << ",\"lat\":"
                   << number(position.latitude) << ",\"heading\":" << number(compass)
                   << ",\"location\":" << (found == 1 ? resultJson(res) : "null")
-                  << (found == 1 ? "," + approachReport(res, mng.nodes, position, true) : "") << "}" << std::endl;
+                  << (found == 1 ? "," + approachReport(res, mng.nodes, position, true, fixTime) : "") << "}" << std::endl;
     } else if (found == 1) {
-        std::cout << resultText(res) << approachReport(res, mng.nodes, position, false) << std::endl;
+        std::cout << resultText(res) << approachReport(res, mng.nodes, position, false, fixTime) << std::endl;
     } else {
         std::cout << "no link within reach (" << found << "); the published location is left as it was"
                   << std::endl;

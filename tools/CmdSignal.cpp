@@ -23,6 +23,7 @@
 //     text          "SOURCE#INFOID: TEXT", cut to 255 bytes
 #include "Commands.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
@@ -545,7 +546,7 @@ bool publish(Mng& mng, const char* listName)
 }  // namespace
 
 std::string approachReport(const LMMapRes& res, const std::map<int64_t, LMNodeExtend>& nodes,
-                           const GeoCoordinates& vehicle, bool json)
+                           const GeoCoordinates& vehicle, bool json, double at)
 {
     auto node = nodes.find(res.nodeId);
     if (node == nodes.end() || node->second.links.count(res.upstreamNodeId) == 0) {
@@ -572,7 +573,9 @@ std::string approachReport(const LMMapRes& res, const std::map<int64_t, LMNodeEx
                 memcpy(r.valueBytes2, &m.first, sizeof m.first);
                 PhaseNow now;
                 if (light != lights.lights.end() && light->second.phases.count(m.second.phaseId) != 0) {
-                    now = phaseNow(light->second.phases.at(m.second.phaseId), light->second.getPreciseTimeDiff());
+                    double age = at > 0.0 ? std::max(0.0, at - light->second.getLatestRefreshTime())
+                                          : light->second.getPreciseTimeDiff();
+                    now = phaseNow(light->second.phases.at(m.second.phaseId), age);
                 }
                 r.valueByte2 = now.known ? now.light : 0;
                 r.valueInt = now.known && now.remaining >= 0.0 ? (int32_t)std::lround(now.remaining * 10.0) : -1;

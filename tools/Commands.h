@@ -52,7 +52,10 @@ int cmdRsi(const ToolArgs& args);
 int cmdShowSignal(const std::string& what, const ToolArgs& args);
 // Evaluates and publishes the lights and the road-side information for the
 // located link (when their lists have owners); text lines, or JSON members.
+// The lights are taken at `at` (a refresh time: that of the fix the vehicle
+// was located from), or now when `at` is 0; a light received after `at` is
+// taken as it was received.
 std::string approachReport(const LMMapRes& res, const std::map<int64_t, LMNodeExtend>& nodes,
-                           const GeoCoordinates& vehicle, bool json);
+                           const GeoCoordinates& vehicle, bool json, double at = 0.0);
 
 #endif

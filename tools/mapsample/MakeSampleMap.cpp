@@ -4,8 +4,14 @@
 // load FILE`).
 //
 //   v2xshm_makesample [map|signal|rsi] FILE      (map when the kind is left out)
+//   v2xshm_makesample signal FILE --at SECONDS
+//
+// With --at, the lights as the controllers send them SECONDS into the
+// sample's cycle: a controller sends its state ten times a second, so a
+// simulation writes one such file per step of its clock.
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -14,8 +20,18 @@
 
 int main(int argc, char** argv)
 {
+    double at = 0.0;
+    if (argc == 5 && strcmp(argv[1], "signal") == 0 && strcmp(argv[3], "--at") == 0) {
+        char* end = nullptr;
+        at = strtod(argv[4], &end);
+        if (*argv[4] == '\0' || *end != '\0' || !(at >= 0.0 && at <= 3600.0)) {
+            fprintf(stderr, "v2xshm_makesample: --at wants seconds 0..3600, not %s\n", argv[4]);
+            return 2;
+        }
+        argc = 3;
+    }
     if (argc < 2 || argc > 3) {
-        fprintf(stderr, "usage: v2xshm_makesample [map|signal|rsi] FILE\n");
+        fprintf(stderr, "usage: v2xshm_makesample [map|signal|rsi] FILE | signal FILE --at SECONDS\n");
         return 2;
     }
     const char* kind = argc == 3 ? argv[1] : "map";
@@ -25,7 +41,7 @@ int main(int argc, char** argv)
     if (strcmp(kind, "map") == 0) {
         rc = SampleIntersection::writeMessage(&message);
     } else if (strcmp(kind, "signal") == 0) {
-        rc = SampleSignal::writeLights(&message);
+        rc = SampleSignal::writeLights(&message, at);
     } else if (strcmp(kind, "rsi") == 0) {
         rc = SampleSignal::writeRSI(&message);
     } else {

@@ -1,6 +1,8 @@
 #include "SampleSignal.h"
 
+#include <algorithm>
 #include <cstring>
+#include <map>
 #include <initializer_list>
 
 #include "v2xshm-unit/LMMessageWriter.h"
@@ -95,6 +97,31 @@ std::vector<LMTrafficLightExtend> SampleSignal::lights()
     return {centre, neighbour};
 }
 
+std::vector<LMTrafficLightExtend> SampleSignal::lightsAt(double seconds)
+{
+    // A count-down that ran out is 0, not -1: -1 would mean "not given".
+    auto later = [seconds](float t) { return t == NONE ? NONE : (float)std::max(0.0, t - seconds); };
+    std::vector<LMTrafficLightExtend> out = lights();
+    for (LMTrafficLightExtend& light : out) {
+        for (auto& phase : light.phases) {
+            std::map<uint8_t, LMPhaseStateBase>& states = phase.second.phaseStates;
+            for (auto it = states.begin(); it != states.end();) {
+                LMPhaseStateBase& s = it->second;
+                if (s.likelyEndTime != NONE && s.likelyEndTime <= seconds) {
+                    it = states.erase(it);
+                    continue;
+                }
+                s.startTime = s.startTime == NONE || s.startTime <= seconds ? NONE : later(s.startTime);
+                s.minEndTime = later(s.minEndTime);
+                s.maxEndTime = later(s.maxEndTime);
+                s.likelyEndTime = later(s.likelyEndTime);
+                ++it;
+            }
+        }
+    }
+    return out;
+}
+
 std::vector<LMRSIExtend> SampleSignal::rsiRecords()
 {
     // East and north metres from the centre node, along the approaches'
@@ -107,9 +134,9 @@ std::vector<LMRSIExtend> SampleSignal::rsiRecords()
             rsiOf(3, 12, "Fog on Harbour St east of Quay Rd", {pointAt(600.0, 3.5), pointAt(520.0, 3.5)})};
 }
 
-int SampleSignal::writeLights(std::vector<char>* out)
+int SampleSignal::writeLights(std::vector<char>* out, double seconds)
 {
-    return LMMessageWriter::writeTLList(lights(), out);
+    return LMMessageWriter::writeTLList(seconds > 0.0 ? lightsAt(seconds) : lights(), out);
 }
 
 int SampleSignal::writeRSI(std::vector<char>* out)

@@ -27,11 +27,15 @@ public:
     static constexpr uint8_t LIGHT_YELLOW = 8;
 
     static std::vector<LMTrafficLightExtend> lights();
+    // The lights as their controllers send them `seconds` after the moment
+    // lights() describes: every count-down that much shorter, the states
+    // already over left out, the one running then started (-1).
+    static std::vector<LMTrafficLightExtend> lightsAt(double seconds);
     static std::vector<LMRSIExtend> rsiRecords();
 
     // Append the light list and the RSI list messages to *out. Bytes
     // appended, or -1 (nothing appended) when the writer refuses.
-    static int writeLights(std::vector<char>* out);
+    static int writeLights(std::vector<char>* out, double seconds = 0.0);
     static int writeRSI(std::vector<char>* out);
 };
 
