@@ -3,7 +3,7 @@
 # (ASan+UBSan) and ThreadSanitizer builds with their unit tests, the shared
 # list images across the two ABIs, the Debian packages of both ABIs with an
 # outside project built against them, the geometry of the two ABIs side by
-# side and a bounded fuzz run of every decoder of received data.
+# side, the demo, and a bounded fuzz run of every decoder of received data.
 #
 #   scripts/test.sh
 #
@@ -247,6 +247,47 @@ else
 fi
 build_and_test sanitize
 build_and_test tsan
+
+# ---- the demo -------------------------------------------------------------------
+
+# The README's first command, run once with the host tool already built and
+# judged on what it shows rather than on its wording.
+demo_judge() {
+    if eval "$2"; then
+        echo "ok   demo: $1"
+        demo_ok=$((demo_ok + 1))
+    else
+        echo "FAIL demo: $1"
+        demo_bad=$((demo_bad + 1))
+    fi
+}
+
+step "The demo, with the host tool"
+if [[ $HOST_OK == 0 ]]; then
+    demo_log=$LOGS/demo.log
+    V2XSHM_BUILD_DIR=$BUILD_ROOT/host bash scripts/demo.sh >"$demo_log" 2>&1
+    demo_rc=$?
+    demo_ok=0 demo_bad=0
+    demo_judge "exits 0" '((demo_rc == 0))'
+    # Up to the stop line every step places the car on the approach, nearer.
+    demo_judge "the car placed, nearer the stop line at each step" \
+        "awk '/^ *[0-9.]+s +-?[0-9.]+m  node [0-9]+, link from [0-9]+: [0-9.]+ m to the stop line/ && !/past the stop line/ {
+                d = \$0; sub(/ m to the stop line.*/, \"\", d); sub(/.*: /, \"\", d)
+                if (n++ && d + 0 >= prev) bad = 1; prev = d + 0 }
+              END { exit !(n >= 20 && !bad) }' '$demo_log'"
+    demo_judge "a light state with a count-down" \
+        "grep -Eq '^ +light: (red|green|yellow), changes in [0-9]+\.[0-9] s' '$demo_log'"
+    demo_judge "the other vehicle as a target" "grep -Eq '^ +target: obu-b [0-9.]+ m, ' '$demo_log'"
+    demo_judge "nothing left in ipcs" \
+        "sed -n '/^### Nothing is left behind/,\$p' '$demo_log' >'$LOGS/demo-end.log' &&
+         grep -q '^------ Shared Memory Segments' '$LOGS/demo-end.log' && ! grep -q '^0x' '$LOGS/demo-end.log'"
+    ((demo_bad == 0)) || { tail -n 40 "$demo_log"; echo "(full log: $demo_log)"; }
+    record "demo" "$demo_ok" "$demo_bad"
+    check_ipc_clean "the demo"
+else
+    echo "needs the host build"
+    record "demo" 0 1
+fi
 
 # ---- shared list images across the ABIs ------------------------------------------
 
