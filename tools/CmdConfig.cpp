@@ -4,8 +4,9 @@
 // i64 (eight bytes) and text (at most 31 characters). f64 stores a double's
 // bits in the eight-byte kind; since the list cannot tell an i64 from an f64,
 // eight-byte values are shown as i64, with the f64 reading beside it when the
-// bits form a normal double (no whole number below 2^52 does), and
-// `get KEY f64` reads one as a double.
+// bits form a normal double (no whole number below 2^52 does). `get KEY`
+// reads such bits as the double they most likely are; `get KEY i64` and
+// `get KEY f64` read eight bytes as the type given.
 #include "Commands.h"
 
 #include <cerrno>
@@ -67,24 +68,12 @@ std::string checkKey(const std::string& key)
     return "";
 }
 
-// Decimal, or hexadecimal after 0x; the whole text must be the number.
+// By the tool's number rule; the whole text must be the number.
 bool parseInteger(const std::string& text, long long* out, bool* overflow)
 {
-    const char* s = text.c_str();
-    const char* digits = s + ((s[0] == '-' || s[0] == '+') ? 1 : 0);
-    int base = (digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) ? 16 : 10;
-    if (!(isdigit((unsigned char)digits[0]))) {
-        return false;
-    }
-    char* end = nullptr;
-    errno = 0;
-    long long value = strtoll(s, &end, base);
-    if (end == s || *end != '\0') {
-        return false;
-    }
-    *overflow = errno == ERANGE;
-    *out = value;
-    return true;
+    WholeNumber result = readWholeNumber(text, INT64_MIN, INT64_MAX, out);
+    *overflow = result == WholeNumber::OUT_OF_RANGE;
+    return result != WholeNumber::NOT_WHOLE;
 }
 
 // Fills entry from the command line's TYPE and VALUE; an empty string on
@@ -199,8 +188,8 @@ std::string entryLine(const ConfigInfo& entry)
 {
     ValueView view = viewOf(entry, false);
     char head[64];
-    snprintf(head, sizeof head, "%-16s  %-5s ", keyText(entry).c_str(), view.typeName.c_str());
-    std::string line = head + view.text;
+    snprintf(head, sizeof head, "  %-5s ", view.typeName.c_str());
+    std::string line = padRight(keyText(entry), 16) + head + view.text;
     if (!view.asDouble.empty()) {
         line += " (as f64: " + view.asDouble + ")";
     }
@@ -283,7 +272,8 @@ int configGet(const ToolArgs& args)
     if (asType != nullptr && asType->type != stored) {
         return failure("entry " + key + " holds a " + storedTypeName(stored) + " value, not " + asType->name);
     }
-    bool asDouble = asType != nullptr && asType->isDouble;
+    // Without a TYPE, eight bytes that form a normal double are read as one.
+    bool asDouble = asType != nullptr ? asType->isDouble : !viewOf(entry, false).asDouble.empty();
     if (args.json) {
         std::cout << entryJson(entry, asDouble) << std::endl;
     } else {

@@ -25,20 +25,10 @@ namespace {
 
 // ---- small parsers and printers ----
 
-// The whole text as a decimal whole number within [lo, hi].
+// The whole text as a whole number within [lo, hi], by the tool's rule.
 bool parseWhole(const std::string& text, long long lo, long long hi, long long* out)
 {
-    if (text.empty() || !(isdigit((unsigned char)text[0]) || text[0] == '-')) {
-        return false;
-    }
-    char* end = nullptr;
-    errno = 0;
-    long long value = strtoll(text.c_str(), &end, 10);
-    if (*end != '\0' || errno == ERANGE || value < lo || value > hi) {
-        return false;
-    }
-    *out = value;
-    return true;
+    return readWholeNumber(text, lo, hi, out) == WholeNumber::OK;
 }
 
 // Hex digit pairs, blanks anywhere between them ignored. On failure *error
@@ -363,7 +353,7 @@ std::string infoText(int back, int slot, const CommInfo& info, double now)
     char head[48];
     snprintf(head, sizeof head, "%4d  slot %3d  ", back, slot);
     double stamp = info.latestRefreshTime;
-    std::string age = stamp == 0.0 ? "never stamped" : fixed(now - stamp, 1) + " s ago";
+    std::string age = stamp == 0.0 ? "never stamped" : agoText(stamp, now);
     std::string detail = fieldText(info.detail, CommInfo::DETAIL_LEN);
     return head + std::string("type ") + std::to_string(info.commType) + "  peer " + std::to_string(info.peerId) +
            "  " + std::to_string(info.length) + " B  " + age + (detail.empty() ? "" : "  \"" + printable(detail) + "\"");
@@ -558,7 +548,7 @@ int showUi(const ToolArgs& args)
     for (const UIClient& c : mng.clients) {
         std::cout << "  type " << c.clientType << "  \"" << printable(fieldText(c.firstId, UIClient::FIRST_ID_LEN))
                   << "\" / \"" << printable(fieldText(c.secondId, UIClient::SECOND_ID_LEN)) << "\"  registered "
-                  << fixed(now - c.latestRefreshTime, 1) << " s ago\n";
+                  << agoText(c.latestRefreshTime, now) << "\n";
     }
     std::cout.flush();
     return EXIT_OK;

@@ -22,6 +22,7 @@
 #include "localmap/LMMapResMng.h"
 #include "localmap/LMMessageCheck.h"
 #include "localmap/LMNodeListMng.h"
+#include "shm/TimeTool.h"
 #include "space/DevGNSSMng.h"
 #include "space/GNSS.h"
 
@@ -115,16 +116,14 @@ std::string speedText(float metresPerSecond)
 // "3.2 s ago", or "never" for a record never stamped.
 std::string ageText(const IF_Refreshable& rec)
 {
-    if (rec.getLatestRefreshTime() == 0.0) {
-        return "never";
-    }
-    return fixed(rec.getPreciseTimeDiff(), 1) + " s ago";
+    return agoText(rec.getLatestRefreshTime(), TimeTool::getPreciseTimeNow());
 }
 
 std::string ageJson(const IF_Refreshable& rec)
 {
-    if (rec.getLatestRefreshTime() == 0.0) {
-        return "\"refreshTime\":0,\"ageSeconds\":null";
+    if (rec.getLatestRefreshTime() == 0.0 || !std::isfinite(rec.getLatestRefreshTime())) {
+        return std::string("\"refreshTime\":") + (rec.getLatestRefreshTime() == 0.0 ? "0" : "null") +
+               ",\"ageSeconds\":null";
     }
     return "\"refreshTime\":" + fixed(rec.getLatestRefreshTime(), 3) + ",\"ageSeconds\":" +
            fixed(rec.getPreciseTimeDiff(), 3);
@@ -160,19 +159,12 @@ bool parseNumber(const std::string& text, double* out)
     return true;
 }
 
-bool parseNodeId(const std::string& text, int64_t* out)
+WholeNumber parseNodeId(const std::string& text, int64_t* out)
 {
-    if (text.empty() || isspace((unsigned char)text[0])) {
-        return false;
-    }
-    char* end = nullptr;
-    errno = 0;
-    long long value = strtoll(text.c_str(), &end, 10);
-    if (*end != '\0' || errno == ERANGE) {
-        return false;
-    }
+    long long value = 0;
+    WholeNumber result = readWholeNumber(text, INT64_MIN, INT64_MAX, &value);
     *out = value;
-    return true;
+    return result;
 }
 
 // ---- map list transfers, never waiting for a lock forever ----
@@ -239,8 +231,8 @@ int mapLoad(const ToolArgs& args)
     const std::string& file = args.words[1];
     std::vector<char> bytes;
     std::string error;
-    if (!readBoundedFile(file, (size_t)LMNodeListMng::SHM_SIZE, &bytes, &error)) {
-        return usageError(error + " (the map list's size)");
+    if (!readBoundedFile(file, (size_t)LMNodeListMng::SHM_SIZE, &bytes, &error, "the map list's size")) {
+        return usageError(error);
     }
     if (bytes.empty()) {
         return usageError(file + ": empty file, not a map message");
@@ -439,8 +431,9 @@ int showMap(const ToolArgs& args)
     bool oneNode = false;
     int64_t nodeId = 0;
     if (args.words.size() == 2 && args.words[0] == "--node") {
-        if (!parseNodeId(args.words[1], &nodeId)) {
-            return usageError("node id '" + args.words[1] + "' is not a whole number");
+        WholeNumber parsed = parseNodeId(args.words[1], &nodeId);
+        if (parsed != WholeNumber::OK) {
+            return usageError(wholeNumberError("node id", args.words[1], parsed, INT64_MIN, INT64_MAX));
         }
         oneNode = true;
     } else if (!args.words.empty()) {

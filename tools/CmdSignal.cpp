@@ -39,6 +39,7 @@
 #include "localmap/LMSignalCheck.h"
 #include "localmap/LMTLListMng.h"
 #include "localmap/LMTLPhaseResMng.h"
+#include "shm/TimeTool.h"
 #include "space/SpaceToolGeo.h"
 
 namespace {
@@ -360,11 +361,9 @@ int showSignals(const ToolArgs& args)
     bool oneNode = false;
     long long nodeId = 0;
     if (args.words.size() == 2 && args.words[0] == "--node") {
-        char* end = nullptr;
-        errno = 0;
-        nodeId = strtoll(args.words[1].c_str(), &end, 10);
-        if (args.words[1].empty() || *end != '\0' || errno == ERANGE || isspace((unsigned char)args.words[1][0])) {
-            return usageError("node id '" + args.words[1] + "' is not a whole number");
+        WholeNumber parsed = readWholeNumber(args.words[1], INT64_MIN, INT64_MAX, &nodeId);
+        if (parsed != WholeNumber::OK) {
+            return usageError(wholeNumberError("node id", args.words[1], parsed, INT64_MIN, INT64_MAX));
         }
         oneNode = true;
     } else if (!args.words.empty()) {
@@ -401,7 +400,8 @@ int showSignals(const ToolArgs& args)
     for (const auto& e : shown) {
         const LMTrafficLightExtend& light = e.second;
         double age = light.getPreciseTimeDiff();
-        std::cout << "light of node " << e.first << ", received " << fixed(age, 1) << " s ago, "
+        std::cout << "light of node " << e.first << ", received "
+                  << agoText(light.getLatestRefreshTime(), TimeTool::getPreciseTimeNow()) << ", "
                   << light.phases.size() << " phases\n";
         for (const auto& p : light.phases) {
             std::cout << "  phase " << (unsigned)p.first << ": " << phaseText(phaseNow(p.second, age)) << "\n";
@@ -451,7 +451,8 @@ int showRsi(const ToolArgs& args)
     std::cout << "rsi: " << mng.records.size() << " records\n";
     for (const LMRSIExtend& r : mng.records) {
         std::cout << "  " << textOf(r.sourceID, LMRSIBase::SOURCE_LEN) << "#" << r.infoID << " (code " << r.attrInt
-                  << "), received " << fixed(r.getPreciseTimeDiff(), 1) << " s ago, " << r.points.size()
+                  << "), received " << agoText(r.getLatestRefreshTime(), TimeTool::getPreciseTimeNow()) << ", "
+                  << r.points.size()
                   << " reference points: " << textOf(r.text, LMRSIBase::TEXT_LEN) << "\n";
     }
     std::cout.flush();
@@ -489,7 +490,7 @@ int showPhases(const ToolArgs& args)
             std::cout << "node " << int64Of(r.valueBytes1) << ", movement to " << int64Of(r.valueBytes2)
                       << ", phase " << (unsigned)r.valueByte1 << ": " << lightName(r.valueByte2)
                       << (r.valueInt < 0 ? ", change unknown" : ", changes in " + fixed(r.valueInt / 10.0, 1) + " s")
-                      << "; computed " << fixed(r.getPreciseTimeDiff(), 1) << " s ago\n";
+                      << "; computed " << agoText(r.getLatestRefreshTime(), TimeTool::getPreciseTimeNow()) << "\n";
         }
     }
     if (args.json) {

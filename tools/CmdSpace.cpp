@@ -193,13 +193,8 @@ int showGnss(const ToolArgs& args)
 // A whole number >= 1 (the -n option).
 bool parseCount(const std::string& text, int* out)
 {
-    if (text.empty() || !isdigit((unsigned char)text[0])) {
-        return false;
-    }
-    char* end = nullptr;
-    errno = 0;
-    long value = strtol(text.c_str(), &end, 10);
-    if (*end != '\0' || errno == ERANGE || value < 1 || value > 1000000) {
+    long long value = 0;
+    if (readWholeNumber(text, 1, 1000000, &value) != WholeNumber::OK) {
         return false;
     }
     *out = (int)value;

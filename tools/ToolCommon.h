@@ -42,8 +42,36 @@ constexpr int EXIT_USAGE = 2;         // bad input; nothing was written
 // Reads a regular file of at most `limit` bytes into `bytes`. Directories,
 // devices and pipes are refused (a device such as /dev/zero never ends), and
 // so is a longer file, without reading past limit + 1 bytes. On failure
-// `error` says why, naming the file.
-bool readBoundedFile(const std::string& file, size_t limit, std::vector<char>* bytes, std::string* error);
+// `error` says why, naming the file; `limitName`, when given, says what the
+// limit is ("the map list's size") in the message about a longer file.
+bool readBoundedFile(const std::string& file, size_t limit, std::vector<char>* bytes, std::string* error,
+                     const char* limitName = nullptr);
+
+// The one rule for numbers on the command line, stated in the help: numbers
+// are decimal, a leading zero changing nothing (010 is ten); a whole number
+// may also be written in hexadecimal after 0x (0x10 is sixteen).
+extern const char* const NUMBER_RULE;
+enum class WholeNumber { OK, NOT_WHOLE, OUT_OF_RANGE };
+// The whole text as a whole number by that rule, with an optional sign; *out
+// is set only when it lies within [lo, hi].
+WholeNumber readWholeNumber(const std::string& text, long long lo, long long hi, long long* out);
+// "WHAT 'TEXT' is not a whole number", or "... is outside LO..HI".
+std::string wholeNumberError(const std::string& what, const std::string& text, WholeNumber result, long long lo,
+                             long long hi);
+
+// Rewrites a whole number given by that rule in plain decimal, for parsers
+// with rules of their own; "" when done, else the complaint.
+std::string rewriteWholeNumber(std::string& text);
+
+// Columns a text takes on a terminal: UTF-8 sequences count once (wide East
+// Asian characters twice), every byte of an invalid sequence once.
+size_t displayWidth(const std::string& text);
+// The text followed by blanks up to `columns` columns (none when wider).
+std::string padRight(const std::string& text, size_t columns);
+
+// "3.2 s ago" for a refresh time, "never" for 0, and "at a damaged time (not
+// a finite number)" for a stamp that is no time at all.
+std::string agoText(double refreshTime, double now);
 
 // Checks, without creating anything, that `list` has an owner: its segment
 // exists and its semaphore was initialised by the owner. Otherwise prints

@@ -34,7 +34,7 @@ public:
         app_.add_flag("--json", json_, "machine-readable output (one JSON document, or one per line)");
         app_.require_subcommand(1);
         app_.fallthrough();
-        app_.footer("v2xshm COMMAND --help shows each command's arguments.");
+        app_.footer(std::string("v2xshm COMMAND --help shows each command's arguments. ") + NUMBER_RULE);
     }
 
     CLI::App& app() { return app_; }
@@ -271,13 +271,20 @@ int main(int argc, char** argv)
                                "NAME [TAG]", [&] { return cmdFeed(feedName, feedTag); });
     feed->add_option("NAME", feedName, "the process's name (1 to 15 characters)")->required();
     feed->add_option("TAG", feedTag, "its tag (at most 15 characters)");
+    // The parser alone would read 010 as octal.
+    CLI::Validator wholeNumber(rewriteWholeNumber, "", "whole number");
     CLI::App* log = f.group(nullptr, "log", "log datagrams");
     long port = WriteLog::LOG_PORT, count = 0;
     CLI::App* listen = f.command(log, "listen", "print each log datagram with its time of arrival, until SIGINT or N "
                                                 "datagrams",
                                  "[--port PORT] [--count N]", [&] { return cmdLog(port, count, json); });
-    listen->add_option("--port", port, "the UDP port to bind")->capture_default_str()->check(CLI::Range(1, 65535));
-    listen->add_option("--count", count, "stop after N datagrams")->check(CLI::Range(1L, 1000000000L));
+    listen->add_option("--port", port, "the UDP port to bind")
+        ->capture_default_str()
+        ->transform(wholeNumber)
+        ->check(CLI::Range(1, 65535));
+    listen->add_option("--count", count, "stop after N datagrams")
+        ->transform(wholeNumber)
+        ->check(CLI::Range(1L, 1000000000L));
 
     f.command(nullptr, "help", "list the commands", "", [&] {
         // App::help would describe this sub-command, the one parsed.

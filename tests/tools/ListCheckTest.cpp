@@ -1,5 +1,6 @@
 #include "v2xshm-unit/ListCheck.h"
 
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <sys/ipc.h>
@@ -139,6 +140,7 @@ TEST(ListCheck, EachDamageIsReportedAndNothingIsWritten)
         const char* reported;
     };
     const double future = TimeTool::getPreciseTimeNow() + 3600.0;
+    static const double NOT_A_TIME = std::nan("");
     const std::vector<Case> cases = {
         {"config", DevConfigMng::SHM_KEY, [](char* s) { put32(s, 129); }, "count 129 outside 0..128"},
         {"ptc", PTCListMng::SHM_KEY, [](char* s) { put32(s, PTCListMng::CAPACITY + 2); }, "outside 0..257"},
@@ -160,6 +162,8 @@ TEST(ListCheck, EachDamageIsReportedAndNothingIsWritten)
         {"map", LMNodeListMng::SHM_KEY, [](char* s) { put32(s, 1); }, "data after the last of 1 records"},
         {"rsi", LMRSIListMng::SHM_KEY, [future](char* s) { memcpy(s + 4, &future, sizeof future); },
          "1 refresh time(s) in the future (first at record 0"},
+        {"map", LMNodeListMng::SHM_KEY, [](char* s) { memcpy(s + 4, &NOT_A_TIME, sizeof NOT_A_TIME); },
+         "1 refresh time(s) not a finite time (first at record 0)"},
         {"trace", VehTraceMng::SHM_KEY, [](char* s) { put32(s, VehTrace::CAPACITY); }, "index 500 outside"},
         {"comm", 77601, [](char* s) { put32(s, -1); }, "latestIndex -1 outside"},
         {"commsum", 77602, [](char* s) { put32(s, 1); }, "type 1 totals differ"},

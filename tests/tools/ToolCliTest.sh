@@ -14,6 +14,7 @@ for cmd in "${commands[@]}"; do
     # shellcheck disable=SC2086
     expect_grep "help: $cmd" "^usage: v2xshm $cmd( |\$)" $cmd --help
 done
+expect_grep "help states the number rule" '010 is ten.*0x10 is sixteen' --help
 expect_grep "version" '^v2xshm [0-9]+\.[0-9]+\.[0-9]+$' --version
 expect_error "unknown flag" 2 'bogus; usage: v2xshm show procs \[--stale SECONDS\]$' show procs --bogus
 expect_out "check with nothing present" "no list present" check

@@ -25,13 +25,16 @@ expect_out "set i64" "set big = 9223372036854775807 (i64)" config set big i64 92
 expect_out "set f64" "set ratio = 0.1 (f64)" config set ratio double 0.1
 expect_out "set text" "set iface = eth0 wlan (text)" config set iface text "eth0 wlan"
 expect_out "set hex" "set mask = 255 (i32)" config set mask i32 0xff
+expect_out "a leading zero is decimal" "set b = 10 (u8)" config set b u8 010
+expect_out "set a non-ASCII key" "set straße = 1 (u8)" config set straße u8 1
 expect_out "set 16-char key" "set sixteen_chars_ok = 1 (u8)" config set sixteen_chars_ok u8 1
 
 expect_out "get i32" "-2147483648" config get speed
-expect_out "get f64 as stored bits" "4591870180066957722" config get ratio
+expect_out "get f64 without a type" "0.1" config get ratio
+expect_out "get f64 as i64" "4591870180066957722" config get ratio i64
 expect_out "get f64 read as f64" "0.1" config get ratio f64
 expect_out "get text" "eth0 wlan" config get iface
-expect_out "get json" '{"key":"ratio","type":"i64","value":4591870180066957722,"f64":0.1}' --json config get ratio
+expect_out "get json" '{"key":"ratio","type":"f64","value":0.1}' --json config get ratio
 expect_error "get absent key" 1 'no config entry nothing' config get nothing
 expect_error "get as wrong type" 1 'holds a i32 value, not f64' config get speed f64
 expect_out "replace keeps one entry" "set b = 7 (u8)" config set b u8 7
@@ -43,8 +46,9 @@ expect_out "list in key order" "$(printf '%s\n' \
     'mask              i32   255' \
     'ratio             i64   4591870180066957722 (as f64: 0.1)' \
     'sixteen_chars_ok  u8    1' \
-    'speed             i32   -2147483648')" config list
-expect_grep "list as json" '^\{"count":7,"entries":\[\{"key":"b","type":"u8","value":7\},.*\{"key":"iface","type":"text","value":"eth0 wlan"\}' --json config list
+    'speed             i32   -2147483648' \
+    'straße            u8    1')" config list
+expect_grep "list as json" '^\{"count":8,"entries":\[\{"key":"b","type":"u8","value":7\},.*\{"key":"iface","type":"text","value":"eth0 wlan"\}' --json config list
 
 stop_owner TERM
 expect_no_ipc "a stopped owner leaves nothing"

@@ -42,6 +42,7 @@ show gnss extra
 show trace -n -1
 show vehicle --bogus
 show map --node 12x
+show map --node 99999999999999999999
 show map 1001
 show location now
 show signals --node nan
@@ -114,6 +115,8 @@ feed a b c
 log
 log listen --port 65536
 log listen --count 0
+log listen --port 0x10000
+log listen --count 1x
 TABLE
 )
 

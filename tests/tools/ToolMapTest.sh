@@ -52,13 +52,17 @@ expect_error "negative record length" 2 'not a valid map message: .* at byte 6$'
 expect_error "count beyond the data" 2 'cut short' map load "$WORK/count.map"
 expect_error "bytes after the message" 2 '3 bytes after the end of the map message' map load "$WORK/trailing.map"
 expect_error "empty file" 2 'empty file' map load "$WORK/empty.map"
-expect_error "file over 1 MiB" 2 'larger than 1048576 bytes' map load "$WORK/huge.map"
+expect_error "file over 1 MiB" 2 'larger than 1048576 bytes \(the map list.s size\)$' map load "$WORK/huge.map"
+expect_error "absent file" 2 'cannot read .*/absent.map: No such file or directory$' map load "$WORK/absent.map"
 judge "broken files leave the map" '[ "$(map_snapshot)" = "$before" ]'
 expect_grep "load again merges" ': 2 nodes, 6 links' map load "$SAMPLE"
 expect_grep "two nodes listed" '^map: 2 nodes$' show map
 expect_grep "one node" '^  link from 1005 "Mill Rd northbound": 3 lanes, 5 points, 285.1 m to the stop line$' \
     show map --node 1001
 expect_error "absent node" 1 'no node 5 in the map' show map --node 5
+expect_grep "node id in hexadecimal" '^node 1001 ' show map --node 0x3E9
+expect_error "node id out of range" 2 "node id '9223372036854775808' is outside -9223372036854775808\\.\\." \
+    show map --node 9223372036854775808
 run --json show map
 judge "map as json" 'python3 -c "import json,sys; m=json.load(sys.stdin); assert m[\"count\"]==2 and len(m[\"nodes\"][0][\"links\"])==4" <"$WORK/out"'
 

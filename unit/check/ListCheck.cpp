@@ -1,6 +1,7 @@
 #include "v2xshm-unit/ListCheck.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstddef>
 #include <csignal>
 #include <cstdint>
@@ -54,6 +55,8 @@ struct Analysis {
     int futureCount = 0;
     int firstFuture = -1;
     double maxLead = 0.0;
+    int nonFiniteCount = 0;  // stamps that are no time at all (NaN, infinite)
+    int firstNonFinite = -1;
 
     void figure(const char* name, long long value) { out->figures.emplace_back(name, value); }
     void problem(const std::string& text) { out->problems.push_back(text); }
@@ -69,7 +72,11 @@ struct Analysis {
     // Every record with a refresh time starts with it.
     void stamp(int index, double refreshTime)
     {
-        if (refreshTime > latest) {
+        if (!std::isfinite(refreshTime)) {
+            if (nonFiniteCount++ == 0) {
+                firstNonFinite = index;
+            }
+        } else if (refreshTime > latest) {
             if (futureCount++ == 0) {
                 firstFuture = index;
             }
@@ -86,6 +93,12 @@ struct Analysis {
             snprintf(text, sizeof text,
                      "%d refresh time(s) in the future (first at record %d, up to %.1f s ahead)",
                      futureCount, firstFuture, maxLead + tolerance);
+            problem(text);
+        }
+        if (nonFiniteCount > 0) {
+            char text[160];
+            snprintf(text, sizeof text, "%d refresh time(s) not a finite time (first at record %d)", nonFiniteCount,
+                     firstNonFinite);
             problem(text);
         }
     }
