@@ -96,16 +96,20 @@ int LMTLListMng::update()
 
 namespace {
 
-// Where one stored light's flattened image lies in the segment.
+// Where one stored light's flattened image lies in the segment, and whether
+// it is already what Obj2Buff writes for the decoded light: phases in
+// ascending phaseID and states in ascending light code, each key once.
 struct StoredLight {
     int64_t id;
     int at;
     int size;
+    bool normal;
 };
 
 // Bytes of the light image at image[pos, limit), walked through its counts
-// without decoding it, or -1 when it would reach past limit.
-int lightImageSize(const char* image, int pos, int limit)
+// without decoding it, or -1 when it would reach past limit. *normal tells
+// whether its keys ascend strictly at both levels.
+int lightImageSize(const char* image, int pos, int limit, bool* normal)
 {
     long long p = (long long)pos + (long long)sizeof(LMTrafficLightBase);
     uint32_t phases = 0;
@@ -114,25 +118,36 @@ int lightImageSize(const char* image, int pos, int limit)
     }
     memcpy(&phases, image + p, sizeof phases);
     p += (long long)sizeof phases;
+    *normal = true;
+    int lastPhase = -1;
     for (uint32_t i = 0; i < phases; ++i) {
+        if (limit - p < (long long)(sizeof(LMPhaseBase) + sizeof(uint32_t))) {
+            return -1;
+        }
+        int phase = (uint8_t)image[p + offsetof(LMPhaseBase, phaseID)];
+        *normal = *normal && phase > lastPhase;
+        lastPhase = phase;
         p += (long long)sizeof(LMPhaseBase);
         uint32_t states = 0;
-        if (limit - p < (long long)sizeof states) {
-            return -1;
-        }
         memcpy(&states, image + p, sizeof states);
-        p += (long long)sizeof states + (long long)states * (long long)sizeof(LMPhaseStateBase);
-        if (p > limit) {
+        p += (long long)sizeof states;
+        if ((long long)states * (long long)sizeof(LMPhaseStateBase) > limit - p) {
             return -1;
         }
+        int lastLight = -1;
+        for (uint32_t k = 0; k < states && *normal; ++k) {
+            int light = (uint8_t)image[p + (long long)k * (long long)sizeof(LMPhaseStateBase)
+                                       + (long long)offsetof(LMPhaseStateBase, light)];
+            *normal = light > lastLight;
+            lastLight = light;
+        }
+        p += (long long)states * (long long)sizeof(LMPhaseStateBase);
     }
     return (int)(p - pos);
 }
 
 // The stored lights that stay, in key order (for a key stored twice, the
-// later image, as decoding keeps it), and where the list ends. Lights that
-// stay are moved as their bytes: decoding them into maps and writing them
-// again would give the same bytes at many times the cost. False when a
+// later image, as decoding keeps it), and where the list ends. False when a
 // light runs past the segment.
 template <typename Keep>
 bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, int* end)
@@ -144,13 +159,14 @@ bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, i
     for (int32_t i = 0; i < count && pos < LMTLListMng::SHM_SIZE; ++i) {
         // A writer that died halfway may have left a count or a light that
         // runs past the segment: never read beyond it.
-        int size = lightImageSize(image, pos, LMTLListMng::SHM_SIZE);
+        bool normal = true;
+        int size = lightImageSize(image, pos, LMTLListMng::SHM_SIZE, &normal);
         if (size < 0) {
             return false;
         }
         int64_t id = 0;
         memcpy(&id, image + pos + offsetof(LMTrafficLightBase, id), sizeof id);
-        stored.push_back({id, pos, size});
+        stored.push_back({id, pos, size, normal});
         pos += size;
     }
     *end = pos;
@@ -166,17 +182,31 @@ bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, i
     return true;
 }
 
-// Rewrites the image as the kept lights' bytes, then `received` in key
-// order, and zeroes what the old list left up to oldEnd. 1, or -1 with the
-// image untouched when the result exceeds the segment.
+// Rewrites the image as the kept lights, then `received` in key order, and
+// zeroes what the old list left up to oldEnd. A kept light already in the
+// form Obj2Buff gives is moved as its bytes (decoding it into maps and
+// writing it again would give the same bytes at many times the cost); any
+// other (keys out of order or twice, from another writer or damage) is
+// decoded and written again, so that every image leaves in one form. 1, or
+// -1 with the image untouched when the result exceeds the segment.
 int rewriteImage(char* image, const std::vector<StoredLight>& kept, int oldEnd,
                  const std::map<int64_t, LMTrafficLightExtend>& received)
 {
-    long long total = 4;
+    std::vector<LMTrafficLightExtend> rebuilt;  // the kept lights not in that form, in order
+    long long keptBytes = 0;
     for (const StoredLight& light : kept) {
-        total += light.size;
+        if (light.normal) {
+            keptBytes += light.size;
+            continue;
+        }
+        rebuilt.emplace_back();
+        int at = light.at;
+        if (rebuilt.back().buffer2Obj(image, &at, LMTLListMng::SHM_SIZE) < 0) {
+            return -1;
+        }
+        keptBytes += rebuilt.back().flatSize();
     }
-    long long keptBytes = total - 4;
+    long long total = 4 + keptBytes;
     for (const auto& entry : received) {
         total += entry.second.flatSize();
     }
@@ -185,10 +215,15 @@ int rewriteImage(char* image, const std::vector<StoredLight>& kept, int oldEnd,
     }
     // The kept images may lie anywhere in the old list: gather them first.
     std::vector<char> gathered((size_t)keptBytes);
-    size_t at = 0;
+    int at = 0;
+    auto next = rebuilt.cbegin();
     for (const StoredLight& light : kept) {
-        memcpy(gathered.data() + at, image + light.at, (size_t)light.size);
-        at += (size_t)light.size;
+        if (light.normal) {
+            memcpy(gathered.data() + at, image + light.at, (size_t)light.size);
+            at += light.size;
+        } else if ((next++)->Obj2Buff(gathered.data(), &at) < 0) {
+            return -1;
+        }
     }
     int32_t count = (int32_t)(kept.size() + received.size());
     memcpy(image, &count, sizeof count);

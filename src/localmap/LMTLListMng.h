@@ -37,15 +37,18 @@ public:
     // LMTrafficLightExtend> of newly received lights, each stamped now (in
     // incoming). Stored lights with a key in incoming are dropped; the image
     // is rewritten with the other stored lights in key order, then the
-    // incoming ones in key order. The lights that stay are moved as their
-    // stored bytes, not decoded and written again. 1; -1 with the image
-    // unchanged when a stored light runs past the segment, the result
-    // exceeds the segment, memory runs out, or an argument is null.
+    // incoming ones in key order. Every light that stays is written as
+    // Obj2Buff writes it decoded (phases and states in ascending key, each
+    // key once, the later of a duplicate): its stored bytes are moved when
+    // they already are that, else it is decoded and written again. 1; -1
+    // with the image unchanged when a stored light runs past the segment,
+    // the result exceeds the segment, memory runs out, or an argument is
+    // null.
     static int insertUpdateList(void* image, void* incoming);
     // Callback for operateSHMNotSafe (arg unused): drops the lights not
-    // refreshed for more than LIGHT_MAX_AGE and rewrites the others (moved
-    // as their bytes) in key order. 1; -1 with the image unchanged when a
-    // light runs past the segment or on a null image.
+    // refreshed for more than LIGHT_MAX_AGE and rewrites the others in key
+    // order, in the form insertUpdateList gives them. 1; -1 with the image
+    // unchanged when a light runs past the segment or on a null image.
     static int refreshList(void* image, void* arg);
 
     // Decodes a received light list at *pos (2 bytes not read, a big-endian

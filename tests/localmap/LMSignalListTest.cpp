@@ -69,6 +69,40 @@ std::vector<std::string> rsiTexts(const std::vector<LMRSIExtend>& records)
     return out;
 }
 
+// A light image written by hand, its phases as {phaseID, phaseAttr, states}
+// in the order given (keys out of order or twice, as another writer may
+// leave them). A state is light code * 10 + a mark kept as its startTime,
+// which tells duplicates apart.
+struct ForgedPhase {
+    uint8_t id;
+    uint8_t attr;
+    std::vector<int> states;
+};
+
+std::vector<char> forgedLight(const std::vector<ForgedPhase>& phases)
+{
+    LMTrafficLightBase base;
+    base.id = 5;
+    base.latestRefreshTime = TimeTool::getPreciseTimeNow();
+    std::vector<char> out = imageOf(base);
+    auto put = [&out](const std::vector<char>& bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); };
+    put(imageOf((uint32_t)phases.size()));
+    for (const ForgedPhase& f : phases) {
+        LMPhaseBase phase;
+        phase.phaseID = f.id;
+        phase.phaseAttr = f.attr;
+        put(imageOf(phase));
+        put(imageOf((uint32_t)f.states.size()));
+        for (int s : f.states) {
+            LMPhaseStateBase state;
+            state.light = (uint8_t)(s / 10);
+            state.startTime = (float)(s % 10);
+            put(imageOf(state));
+        }
+    }
+    return out;
+}
+
 }  // namespace
 
 TEST(LMTLListMng, ReceivedLightsReplaceStoredOnesAndGoBehindTheOthers)
@@ -88,6 +122,48 @@ TEST(LMTLListMng, ReceivedLightsReplaceStoredOnesAndGoBehindTheOthers)
     ASSERT_EQ(mng.update(), 1);
     EXPECT_EQ(mng.lights.size(), 4u);
     EXPECT_LT(mng.lights.at(2).getPreciseTimeDiff(), 5.0) << "stamped on insert";
+}
+
+TEST(LMTLListMng, KeptLightsLeaveInTheFormTheirDecodedLightFlattensTo)
+{
+    using P = std::vector<ForgedPhase>;
+    struct Case {
+        const char* what;
+        P stored;
+        P expected;  // what Obj2Buff writes for the decoded light
+    };
+    std::vector<Case> cases = {
+        {"already normal: kept byte for byte", P{{1, 0, {20, 30}}, {4, 1, {}}}, P{{1, 0, {20, 30}}, {4, 1, {}}}},
+        {"phases out of order", P{{4, 1, {50}}, {1, 0, {20, 30}}}, P{{1, 0, {20, 30}}, {4, 1, {50}}}},
+        {"a phase id twice: the later wins", P{{2, 1, {10}}, {3, 2, {}}, {2, 3, {40, 60}}},
+         P{{2, 3, {40, 60}}, {3, 2, {}}}},
+        {"states out of order", P{{1, 0, {31, 22}}}, P{{1, 0, {22, 31}}}},
+        {"a light code twice: the later wins", P{{1, 0, {71, 72, 33}}}, P{{1, 0, {33, 72}}}},
+    };
+    LMTLListMng mng(true);
+    for (const Case& c : cases) {
+        for (bool insert : {true, false}) {
+            std::vector<char> image = {1, 0, 0, 0};
+            std::vector<char> stored = forgedLight(c.stored);
+            image.insert(image.end(), stored.begin(), stored.end());
+            image.resize(SIZE);
+            ASSERT_EQ(mng.commit2SHM(image.data(), SIZE), 1);
+            std::vector<char> expected = forgedLight(c.expected);
+            memcpy(expected.data(), stored.data(), sizeof(LMTrafficLightBase));  // same stamp
+            LightMap incoming = {{9, lightWith(9, 1)}};
+            ASSERT_EQ(insert ? mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &incoming)
+                             : mng.operateSHMNotSafe(LMTLListMng::refreshList, nullptr),
+                      1);
+            if (insert) {
+                std::vector<char> in = flatOf(incoming.at(9));
+                expected.insert(expected.end(), in.begin(), in.end());
+            }
+            mng.updateFromSHM(image.data(), SIZE);
+            EXPECT_EQ(+image[0], insert ? 2 : 1) << c.what;
+            expected.resize(SIZE - 4);  // zeros after the list
+            EXPECT_TRUE(std::equal(expected.begin(), expected.end(), image.begin() + 4)) << c.what << insert;
+        }
+    }
 }
 
 TEST(LMSignalLists, AgeingKeepsWhatIsTenSecondsOldAndDropsOlder)
