@@ -207,6 +207,20 @@ void expect(bool ok, const Worker& w, const char* list, const char* what, int rc
     }
 }
 
+size_t nothingHeld() { return 0; }
+
+// One operation on a list: `write` in `writes` of `of` picks, else a read.
+// Both must succeed, and a read must find at most `capacity` records (`held`).
+template <typename Mng, typename Write, typename Held = size_t (*)()>
+void writeOrRead(Worker& w, const char* name, Mng& mng, int writes, int of, Write write, Held held = nothingHeld,
+                 size_t capacity = 0)
+{
+    bool writing = w.pick(of) < writes;
+    int rc = writing ? write() : mng.update();
+    expect(rc == 1 && (writing || held() <= capacity), w, name,
+           writing ? "write failed" : "read failed or over capacity", rc);
+}
+
 std::string configKey(int k)
 {
     return "soak.key." + std::to_string(k);
@@ -251,51 +265,36 @@ void opConfig(Worker& w)
 
 void opProcs(Worker& w)
 {
-    if (w.pick(3) > 0) {
+    auto feed = [&w] {
         ProcFeedBlock block = {};
         snprintf(block.procName, sizeof block.procName, "soak%d", w.pick(80));
-        int rc = w.procs.operateSHMNotSafe(marked<DevProcListMng::refreshProcInList>, &block);
-        expect(rc == 1, w, "procs", "feed failed", rc);
-        return;
-    }
-    int rc = w.procs.update();
-    expect(rc == 1 && w.procs.procs.size() <= (size_t)DevProcListInShm::capacity, w, "procs", "read failed or over capacity", rc);
+        return w.procs.operateSHMNotSafe(marked<DevProcListMng::refreshProcInList>, &block);
+    };
+    writeOrRead(w, "procs", w.procs, 2, 3, feed, [&w] { return w.procs.procs.size(); }, DevProcListInShm::capacity);
 }
 
 void opGNSS(Worker& w)
 {
-    if (w.pick(2) == 0) {
+    writeOrRead(w, "gnss", w.gnss, 1, 2, [&w] {
         w.gnss.gnss = w.fix();
-        int rc = w.gnss.commit();
-        expect(rc == 1, w, "gnss", "commit failed", rc);
-    } else {
-        int rc = w.gnss.update();
-        expect(rc == 1, w, "gnss", "update failed", rc);
-    }
+        return w.gnss.commit();
+    });
 }
 
 void opVehicle(Worker& w)
 {
-    int rc;
-    if (w.pick(2) == 0) {
+    writeOrRead(w, "vehicle", w.vehicle, 1, 2, [&w] {
         int disabled = w.pick(2);
-        rc = w.vehicle.operateSHMNotSafe(marked<VehStatusMng::setVehDisabledInSHM>, &disabled);
-    } else {
-        rc = w.vehicle.update();
-    }
-    expect(rc == 1, w, "vehicle", "transfer failed", rc);
+        return w.vehicle.operateSHMNotSafe(marked<VehStatusMng::setVehDisabledInSHM>, &disabled);
+    });
 }
 
 void opTrace(Worker& w)
 {
-    int rc;
-    if (w.pick(3) > 0) {
+    writeOrRead(w, "trace", w.trace, 2, 3, [&w] {
         GNSS g = w.fix();
-        rc = w.trace.operateSHMNotSafe(marked<VehTraceMng::insertOneGNSS2Trace>, &g);
-    } else {
-        rc = w.trace.update();
-    }
-    expect(rc == 1, w, "trace", "transfer failed", rc);
+        return w.trace.operateSHMNotSafe(marked<VehTraceMng::insertOneGNSS2Trace>, &g);
+    });
 }
 
 void opUI(Worker& w)
@@ -375,11 +374,11 @@ void opRSU(Worker& w)
     participants(w, "rsu", w.rsu, &PtcRSUListMng::rsus, rec);
 }
 
-// Targets and collisions: a round of insertTgt published whole, or a read.
+// Targets and collisions: a round of insertTgt published whole (at times
+// more than the list holds), or a read.
 void opTargets(Worker& w)
 {
-    int rc;
-    if (w.pick(2) == 0) {
+    auto round = [&w] {
         GNSS own = w.fix();
         w.targets.targets.clear();
         for (int n = w.pick(80); n > 0; --n) {
@@ -387,19 +386,14 @@ void opTargets(Worker& w)
             p.gnss = w.fix();
             w.targets.insertTgt(own, &p, (unsigned char)w.pick(4), &p.vehClass);
         }
-        rc = w.targets.commit();
-        expect(rc == 1, w, "targets", "commit failed", rc);
-        return;
-    }
-    rc = w.targets.update();
-    expect(rc == 1 && w.targets.targets.size() <= (size_t)TargetMng::CAPACITY, w, "targets",
-           "read failed or over capacity", rc);
+        return w.targets.commit();
+    };
+    writeOrRead(w, "targets", w.targets, 1, 2, round, [&w] { return w.targets.targets.size(); }, TargetMng::CAPACITY);
 }
 
 void opCollisions(Worker& w)
 {
-    int rc;
-    if (w.pick(2) == 0) {
+    auto round = [&w] {
         GNSS own = w.fix();
         w.collisions.collisions.clear();
         for (int n = w.pick(300); n > 0; --n) {
@@ -408,13 +402,10 @@ void opCollisions(Worker& w)
             w.collisions.insertTgt(own, &p, w.uniform(0, 10), w.uniform(0, 6.28), w.uniform(0, 300),
                                    (unsigned char)w.pick(4), &p.vehClass);
         }
-        rc = w.collisions.commit();
-        expect(rc == 1, w, "collisions", "commit failed", rc);
-        return;
-    }
-    rc = w.collisions.update();
-    expect(rc == 1 && w.collisions.collisions.size() <= (size_t)TgtCollisionMng::CAPACITY, w, "collisions",
-           "read failed or over capacity", rc);
+        return w.collisions.commit();
+    };
+    writeOrRead(w, "collisions", w.collisions, 1, 2, round, [&w] { return w.collisions.collisions.size(); },
+                TgtCollisionMng::CAPACITY);
 }
 
 // The map, light and RSI lists: merge what the writer's message decodes to,
@@ -515,15 +506,11 @@ void opComm(Worker& w)
 template <typename Mng, typename Rec>
 void results(Worker& w, const char* name, Mng& mng, std::vector<Rec>& local, size_t capacity)
 {
-    int rc;
-    if (w.pick(2) == 0) {
+    auto publish = [&] {
         local.assign((size_t)w.pick((int)capacity + 4), Rec());
-        rc = mng.commit();
-        expect(rc == 1, w, name, "commit failed", rc);
-        return;
-    }
-    rc = mng.update();
-    expect(rc == 1 && local.size() <= capacity, w, name, "read failed or over capacity", rc);
+        return mng.commit();
+    };
+    writeOrRead(w, name, mng, 1, 2, publish, [&local] { return local.size(); }, capacity);
 }
 
 void opPhaseResult(Worker& w)
@@ -538,15 +525,11 @@ void opRSIResult(Worker& w)
 
 void opLocation(Worker& w)
 {
-    int rc;
-    if (w.pick(2) == 0) {
+    writeOrRead(w, "location", w.location, 1, 2, [&w] {
         w.location.mapRes.nodeId = SampleIntersection::CENTRE_NODE;
         w.location.mapRes.dis2StopLine = w.uniform(0, 200);
-        rc = w.location.commit();
-    } else {
-        rc = w.location.update();
-    }
-    expect(rc == 1, w, "location", "transfer failed", rc);
+        return w.location.commit();
+    });
 }
 
 struct ListKind {
