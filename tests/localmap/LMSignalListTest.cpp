@@ -141,15 +141,20 @@ TEST(LMTLListMng, KeptLightsLeaveInTheFormTheirDecodedLightFlattensTo)
         {"a light code twice: the later wins", P{{1, 0, {71, 72, 33}}}, P{{1, 0, {33, 72}}}},
     };
     LMTLListMng mng(true);
+    // Stored ahead of light 5 and kept behind it: moved and rebuilt lights
+    // gathered in key order.
+    const std::vector<char> seven = flatOf(lightWith(7, 2));
     for (const Case& c : cases) {
         for (bool insert : {true, false}) {
-            std::vector<char> image = {1, 0, 0, 0};
+            std::vector<char> image = {2, 0, 0, 0};
             std::vector<char> stored = forgedLight(c.stored);
+            image.insert(image.end(), seven.begin(), seven.end());
             image.insert(image.end(), stored.begin(), stored.end());
             image.resize(SIZE);
             ASSERT_EQ(mng.commit2SHM(image.data(), SIZE), 1);
             std::vector<char> expected = forgedLight(c.expected);
             memcpy(expected.data(), stored.data(), sizeof(LMTrafficLightBase));  // same stamp
+            expected.insert(expected.end(), seven.begin(), seven.end());
             LightMap incoming = {{9, lightWith(9, 1)}};
             ASSERT_EQ(insert ? mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &incoming)
                              : mng.operateSHMNotSafe(LMTLListMng::refreshList, nullptr),
@@ -159,7 +164,7 @@ TEST(LMTLListMng, KeptLightsLeaveInTheFormTheirDecodedLightFlattensTo)
                 expected.insert(expected.end(), in.begin(), in.end());
             }
             mng.updateFromSHM(image.data(), SIZE);
-            EXPECT_EQ(+image[0], insert ? 2 : 1) << c.what;
+            EXPECT_EQ(+image[0], insert ? 3 : 2) << c.what;
             expected.resize(SIZE - 4);  // zeros after the list
             EXPECT_TRUE(std::equal(expected.begin(), expected.end(), image.begin() + 4)) << c.what << insert;
         }
