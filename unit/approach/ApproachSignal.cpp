@@ -88,7 +88,8 @@ int evalApproachSignal(const std::map<int64_t, LMNodeExtend>& nodes, const LMMap
         auto light = lights.find(located.nodeId);
         out->lightReceived = light != lights.end();
         if (out->lightReceived) {
-            out->lightAge = now - light->second.getLatestRefreshTime();
+            // A light received after `now` is taken as it was received.
+            out->lightAge = std::max(0.0, now - light->second.getLatestRefreshTime());
         }
         for (const auto& m : link.movements) {
             ApproachMovement move;

@@ -93,7 +93,9 @@ struct ApproachSignal {
 };
 
 // Evaluates the signal state of the located link at time `now` (seconds
-// since the epoch, as refresh stamps are). `nodes` is the node list's map,
+// since the epoch, as refresh stamps are: the clock, or the time of the fix
+// the vehicle was located from); a light received after `now` is taken as
+// it was received. `nodes` is the node list's map,
 // `located` a result of calcVehLocationInLM, `lights` the light list's map.
 // Returns 1 (out written), -1 `out` null, -2 the located node or link is not
 // in `nodes` (out cleared), -3 out of memory. Pure; no locking.
