@@ -51,7 +51,8 @@ TEST(ApproachSignal, StateNowFollowsTheLightsAge)
         {2.0, LIGHT_RED, LIGHT_GREEN_PROTECTED, 2.0, LIGHT_RED, 61.0},
         {4.0, LIGHT_GREEN_PROTECTED, LIGHT_YELLOW_PROTECTED, 56.0, LIGHT_RED, 59.0},
         {61.5, LIGHT_YELLOW_PROTECTED, 0, 1.5, LIGHT_RED, 1.5},
-        {80.0, 0, 0, -1.0, 0, -1.0},  // every state has ended
+        {63.0, 0, 0, -1.0, LIGHT_GREEN_PROTECTED, 10.0},  // a window ends where the age is
+        {80.0, 0, 0, -1.0, 0, -1.0},                      // every state has ended
     };
     Sample s;
     for (const auto& c : cases) {
