@@ -19,11 +19,11 @@ struct Sample {
     Sample()
     {
         for (LMNodeExtend& n : SampleIntersection::nodes()) {
-            nodes[n.nodeId] = n;
+            nodes[+n.nodeId] = n;  // keys copied out of packed records
         }
         for (LMTrafficLightExtend& l : SampleSignal::lights()) {
             l.latestRefreshTime = T0;
-            lights[l.id] = l;
+            lights[+l.id] = l;
         }
         northbound.nodeId = SampleIntersection::CENTRE_NODE;
         northbound.upstreamNodeId = SampleIntersection::SOUTH_NODE;
@@ -80,7 +80,7 @@ TEST(ApproachSignal, PublishedFormAndMissingData)
     std::vector<LMTLPhaseRes> res;
     ASSERT_EQ(3, approachPhaseResults(sig, T0 + 2.5, &res));
     EXPECT_EQ(T0 + 2.5, res[2].getLatestRefreshTime());
-    EXPECT_EQ(610, res[2].valueInt);  // tenths of a second
+    EXPECT_EQ(610, +res[2].valueInt);  // tenths of a second
     EXPECT_EQ(1, res[2].valueByte1);
     EXPECT_EQ(LIGHT_RED, res[2].valueByte2);
     EXPECT_EQ(SampleIntersection::CENTRE_NODE, int64Of(res[2].valueBytes1));
@@ -91,7 +91,7 @@ TEST(ApproachSignal, PublishedFormAndMissingData)
     ASSERT_EQ(1, evalApproachSignal(s.nodes, s.northbound, s.lights, T0, &sig));
     EXPECT_FALSE(sig.lightReceived);
     ASSERT_EQ(3, approachPhaseResults(sig, T0, &res));
-    EXPECT_EQ(-1, res[0].valueInt);
+    EXPECT_EQ(-1, +res[0].valueInt);
     EXPECT_EQ(0, res[0].valueByte2);
 
     LMMapRes elsewhere = s.northbound;

@@ -77,15 +77,19 @@ int evalApproachSignal(const std::map<int64_t, LMNodeExtend>& nodes, const LMMap
         return -1;
     }
     try {
+        // Keys copied out of the packed record: a reference to them would be
+        // an unaligned load on the target.
+        const int64_t nodeId = located.nodeId;
+        const int64_t linkKey = located.upstreamNodeId;
         *out = ApproachSignal();
-        out->nodeId = located.nodeId;
-        out->upstreamNodeId = located.upstreamNodeId;
-        auto node = nodes.find(located.nodeId);
-        if (node == nodes.end() || node->second.links.count(located.upstreamNodeId) == 0) {
+        out->nodeId = nodeId;
+        out->upstreamNodeId = linkKey;
+        auto node = nodes.find(nodeId);
+        if (node == nodes.end() || node->second.links.count(linkKey) == 0) {
             return -2;
         }
-        const LMLinkExtend& link = node->second.links.at(located.upstreamNodeId);
-        auto light = lights.find(located.nodeId);
+        const LMLinkExtend& link = node->second.links.at(linkKey);
+        auto light = lights.find(nodeId);
         out->lightReceived = light != lights.end();
         if (out->lightReceived) {
             // A light received after `now` is taken as it was received.

@@ -46,11 +46,13 @@ int findApproachRSI(const std::map<int64_t, LMNodeExtend>& nodes, const LMMapRes
     }
     try {
         out->clear();
-        auto node = nodes.find(located.nodeId);
-        if (node == nodes.end() || node->second.links.count(located.upstreamNodeId) == 0) {
+        const int64_t nodeId = located.nodeId;  // copied out of the packed record
+        const int64_t linkKey = located.upstreamNodeId;
+        auto node = nodes.find(nodeId);
+        if (node == nodes.end() || node->second.links.count(linkKey) == 0) {
             return -2;
         }
-        const LMLinkExtend& link = node->second.links.at(located.upstreamNodeId);
+        const LMLinkExtend& link = node->second.links.at(linkKey);
         double reach = link.laneNum * RSI_LANE_WIDTH + RSI_REACH_MARGIN;
         for (size_t i = 0; i < records.size(); ++i) {
             const LMRSIExtend& rec = records[i];
