@@ -25,10 +25,13 @@ int cmdConfig(const ToolArgs& args);
 int cmdShowSpace(const std::string& what, const ToolArgs& args);
 int cmdGnss(const ToolArgs& args);
 int cmdVehicle(const ToolArgs& args);
-// CmdMap.cpp: show map | location; map load | age; locate
+// CmdMap.cpp: map load | age; CmdMapShow.cpp: show map | location
 int cmdShowMap(const std::string& what, const ToolArgs& args);
 int cmdMap(const ToolArgs& args);
+// CmdLocate.cpp: locate, with the approach's signal state and road-side
+// information evaluated and published; show location
 int cmdLocate(const ToolArgs& args);
+int cmdShowLocation(const ToolArgs& args);
 
 // CmdFrame.cpp: frame decode | build; show comm | ui; comm log
 int cmdFrame(const ToolArgs& args);
@@ -45,17 +48,10 @@ int cmdShowProcs(double staleS, bool json);
 int cmdFeed(const std::string& name, const std::string& tag);
 int cmdLog(long port, long count, bool json);
 
-// CmdSignal.cpp: signal load | age; rsi load | age; show signals | rsi |
-// phases | rsi-results; the signal state and RSI of a located approach
+// CmdSignal.cpp: signal load | age; rsi load | age;
+// CmdSignalShow.cpp: show signals | rsi | phases | rsi-results
 int cmdSignal(const ToolArgs& args);
 int cmdRsi(const ToolArgs& args);
 int cmdShowSignal(const std::string& what, const ToolArgs& args);
-// Evaluates and publishes the lights and the road-side information for the
-// located link (when their lists have owners); text lines, or JSON members.
-// The lights are taken at `at` (a refresh time: that of the fix the vehicle
-// was located from), or now when `at` is 0; a light received after `at` is
-// taken as it was received.
-std::string approachReport(const LMMapRes& res, const std::map<int64_t, LMNodeExtend>& nodes,
-                           const GeoCoordinates& vehicle, bool json, double at = 0.0);
 
 #endif

@@ -80,6 +80,15 @@ expect_grep "location as json" '^\{"nodeId":1001,"upstreamNodeId":1005,.*"maxSpe
     --json show location
 expect_error "locate from an absent fix" 1 'no GNSS fix' locate --gnss
 
+# With the sample's lights (red for 4 s, then green to 60 s) and road works.
+v2x signal load "$(dirname "$SAMPLE")/sample-signal.tl" >/dev/null
+v2x rsi load "$(dirname "$SAMPLE")/sample-rsi.rsi" >/dev/null
+expect_grep "locate with the light" '^  to 1003 \(phase 2\): (red|green), changes in [0-9.]+ s; go at 10 to 50 km/h$' \
+    locate $ON_APPROACH 0
+expect_grep "road works on the approach" '^  road-side information, 0 m away: file#1: Road works' locate $ON_APPROACH 0
+expect_grep "phases published" '^node 1001, movement to 1004, phase 1: red, changes in [0-9.]+ s; computed' show phases
+expect_grep "road works published" '^\[0\] 0 m: file#1: Road works' show rsi-results
+
 expect_fresh "age keeps fresh nodes" 10 \
     "aged the map list: 2 nodes before, 2 after (0 not refreshed for more than 10.0 s dropped)" \
     'v2x map load "$SAMPLE" >/dev/null' map age

@@ -1,0 +1,40 @@
+#ifndef V2XSHM_TOOLS_LOCALMAPFRONT_H
+#define V2XSHM_TOOLS_LOCALMAPFRONT_H
+
+#include <string>
+
+#include "ToolCommon.h"
+#include "shm/IFRefreshable.h"
+#include "v2xshm-unit/ApproachSignal.h"
+
+// Text pieces shared by the map, signal and locate commands.
+
+// `value` with `decimals` digits after the point.
+std::string fixed(double value, int decimals);
+// A fixed-width text field up to its first zero.
+std::string textOf(const char* field, size_t width);
+// Control characters shown as '?'.
+std::string printable(const std::string& text);
+// "13.89 m/s (50.0 km/h)".
+std::string speedText(float metresPerSecond);
+// "3.2 s ago", "never" for a record never stamped, or a damaged stamp named.
+std::string ageText(const IF_Refreshable& rec);
+// "green, changes in 12.0 s", "red, change unknown", "no state known now".
+std::string phaseText(const PhaseNow& now);
+
+// Reads a list into `mng` under the lock guard; prints why not and returns
+// false when it does not decode.
+template <typename Mng>
+bool readList(Mng& mng, const char* listName)
+{
+    guardLockWait(listName);
+    int rc = mng.update();
+    releaseLockGuard();
+    if (rc != 1) {
+        failure(std::string("the ") + listName + " list did not decode; it may be being rewritten, try again");
+        return false;
+    }
+    return true;
+}
+
+#endif

@@ -1,0 +1,2 @@
+# The band of constant speeds that reaches the stop line on green.
+v2xshm_unit_area(advice SpeedAdvice)
