@@ -48,20 +48,29 @@ for pkg in libv2xshm0 libv2xshm-dev v2xshm; do
     dpkg-deb -x "$(deb "$pkg")" "$root"
 done
 
-# The runtime library: the versioned file and its SONAME link, nothing else.
-check "libv2xshm0: SONAME link and library" has libv2xshm0 usr/lib/libv2xshm.so.0
-check "libv2xshm0: only the library" \
-    test "$(dpkg-deb -c "$(deb libv2xshm0)" | awk '$1 !~ /^d/' | wc -l)" = 2
-check "libv2xshm0: SONAME libv2xshm.so.0" \
-    bash -c "readelf -d '$root/usr/lib/libv2xshm.so.$version' | grep -q 'SONAME.*\[libv2xshm\.so\.0\]'"
-check "libv2xshm0: built for $machine" \
-    bash -c "readelf -h '$root/usr/lib/libv2xshm.so.$version' | grep -q 'Machine:.*$machine'"
-check "libv2xshm0: shlibs file" bash -c "dpkg-deb -I '$(deb libv2xshm0)' shlibs | grep -q '^libv2xshm 0 libv2xshm0'"
+# The runtime libraries (the core and the unit layer): the versioned files
+# and their SONAME links, nothing else.
+check "libv2xshm0: only the two libraries" \
+    test "$(dpkg-deb -c "$(deb libv2xshm0)" | awk '$1 !~ /^d/' | wc -l)" = 4
+for lib in libv2xshm libv2xshm-unit; do
+    check "libv2xshm0: $lib.so.0 link and library" has libv2xshm0 "usr/lib/$lib.so.0"
+    check "libv2xshm0: SONAME $lib.so.0" \
+        bash -c "readelf -d '$root/usr/lib/$lib.so.$version' | grep -q 'SONAME.*\[$lib\.so\.0\]'"
+    check "libv2xshm0: $lib built for $machine" \
+        bash -c "readelf -h '$root/usr/lib/$lib.so.$version' | grep -q 'Machine:.*$machine'"
+    check "libv2xshm0: shlibs file names $lib" \
+        bash -c "dpkg-deb -I '$(deb libv2xshm0)' shlibs | grep -q '^$lib 0 libv2xshm0'"
+done
+check "libv2xshm0: the unit layer needs the core" \
+    bash -c "readelf -d '$root/usr/lib/libv2xshm-unit.so.$version' | grep -q 'NEEDED.*\[libv2xshm\.so\.0\]'"
 check "libv2xshm0: depends on the C and C++ runtimes" system_deps libv2xshm0
 
 # The development files, tied to the same version of the runtime.
 for f in usr/include/v2xshm/v2xshm.h usr/include/v2xshm/shm/IFSHM.h usr/lib/libv2xshm.so usr/lib/libv2xshm.a \
-         usr/lib/cmake/v2xshm/v2xshmConfig.cmake usr/lib/pkgconfig/v2xshm.pc; do
+         usr/lib/cmake/v2xshm/v2xshmConfig.cmake usr/lib/pkgconfig/v2xshm.pc \
+         usr/include/v2xshm-unit/ListCheck.h usr/include/v2xshm-unit/ListOwner.h \
+         usr/include/v2xshm-unit/LMMessageWriter.h usr/lib/libv2xshm-unit.so usr/lib/libv2xshm-unit.a \
+         usr/lib/pkgconfig/v2xshm-unit.pc; do
     check "libv2xshm-dev: $f" has libv2xshm-dev "$f"
 done
 check "libv2xshm-dev: depends on libv2xshm0 (= $version-1)" \

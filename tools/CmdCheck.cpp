@@ -3,8 +3,8 @@
 #include "Commands.h"
 
 #include <cstdio>
-#include <iostream>
 
+#include "CheckJson.h"
 #include "v2xshm-unit/ListCheck.h"
 
 namespace {
@@ -33,17 +33,26 @@ std::string details(const ListCheckResult& r)
     return joined(figures, ", ");
 }
 
-Json resultJson(const ListCheckResult& r)
+void printText(const std::vector<ListCheckResult>& results, int rc)
 {
-    Json figures = Json::object();
-    for (const auto& figure : r.figures) {
-        figures[figure.first] = figure.second;
+    for (const ListCheckResult& r : results) {
+        std::string text = details(r);
+        if (text.empty()) {
+            printf("%-11s %s\n", r.name.c_str(), verdictName(r.verdict));
+        } else {
+            printf("%-11s %-10s %s\n", r.name.c_str(), verdictName(r.verdict), text.c_str());
+        }
     }
-    return {{"name", r.name},         {"manager", r.manager},           {"key", r.key},
-            {"verdict", verdictName(r.verdict)}, {"sizeFound", r.sizeFound}, {"sizeExpected", r.sizeExpected},
-            {"semPresent", r.semPresent}, {"semValue", r.semValue},     {"semInitialised", r.semInitialised},
-            {"locked", r.locked},     {"holderPid", r.holderPid},       {"holderAlive", r.holderAlive},
-            {"figures", figures},     {"problems", r.problems}};
+    ListCheckCounts counts = countVerdicts(results);
+    if (results.empty()) {
+        printf("no list present\n");
+    } else if (rc == EXIT_OK) {
+        printf("all %zu lists consistent\n", results.size());
+    } else {
+        printf("%d damaged, %d without owner, %d absent of %zu lists\n", counts.damaged, counts.noOwner,
+               counts.absent, results.size());
+    }
+    fflush(stdout);
 }
 
 }  // namespace
@@ -62,36 +71,15 @@ int cmdCheck(const std::vector<std::string>& names, bool json)
             results.push_back(r);
         }
     }
-    int damaged = 0, absent = 0;
-    for (const ListCheckResult& r : results) {
-        damaged += r.verdict == ListCheckResult::DAMAGED;
-        absent += r.verdict == ListCheckResult::ABSENT;
-    }
-    // A list asked for by name and not there is a failure, as for every command.
-    int rc = damaged > 0 || absent > 0 ? EXIT_FAILURE_CODE : EXIT_OK;
+    // A list asked for by name and not there is a failure, as for every
+    // command; so is a unit with no list at all (no owner ever ran).
+    int rc = checkExitCode(results) != 0 || countVerdicts(results).absent > 0 || results.empty()
+                 ? EXIT_FAILURE_CODE
+                 : EXIT_OK;
     if (json) {
-        Json lists = Json::array();
-        for (const ListCheckResult& r : results) {
-            lists.push_back(resultJson(r));
-        }
-        printJson({{"lists", lists}, {"damaged", damaged}, {"absent", absent}, {"consistent", rc == EXIT_OK}});
-        return rc;
-    }
-    for (const ListCheckResult& r : results) {
-        std::string text = details(r);
-        if (text.empty()) {
-            printf("%-11s %s\n", r.name.c_str(), verdictName(r.verdict));
-        } else {
-            printf("%-11s %-10s %s\n", r.name.c_str(), verdictName(r.verdict), text.c_str());
-        }
-    }
-    if (results.empty()) {
-        printf("no list present\n");
-    } else if (rc == EXIT_OK) {
-        printf("all %zu lists consistent\n", results.size());
+        printJson(checkReportJson(results, rc));
     } else {
-        printf("%d damaged, %d absent of %zu lists\n", damaged, absent, results.size());
+        printText(results, rc);
     }
-    fflush(stdout);
     return rc;
 }

@@ -11,21 +11,11 @@
 #include <fstream>
 #include <iostream>
 #include <sys/stat.h>
-#include <sys/ipc.h>
-#include <sys/sem.h>
-#include <sys/shm.h>
 #include <unistd.h>
 
 namespace {
 
 const char* guardedList = "";
-
-// glibc leaves the semctl argument union to the caller.
-union SemArg {
-    int val;
-    struct semid_ds* buf;
-    unsigned short* array;
-};
 
 void onLockTimeout(int)
 {
@@ -229,59 +219,18 @@ std::string agoText(double refreshTime, double now)
 
 bool requireOwner(const ListInfo& list)
 {
-    if (probeList(list).owned()) {
+    ListProbe probe = probeList(list);
+    if (probe.owned()) {
         return true;
     }
-    std::cerr << "v2xshm: list " << list.name << " (key " << list.key
-              << ") has no owner; start one with 'v2xshm owner'" << std::endl;
+    std::cerr << "v2xshm: list " << list.name << " (key " << list.key << ") has no owner ("
+              << ownershipName(probe.ownership) << "); start one with 'v2xshm owner'" << std::endl;
     return false;
 }
 
 ListProbe probeList(const ListInfo& list)
 {
-    ListProbe probe;
-    // Flags 0: look up only, never create.
-    int shmId = shmget(list.key, 0, 0);
-    struct shmid_ds shmDs;
-    if (shmId != -1 && shmctl(shmId, IPC_STAT, &shmDs) == 0) {
-        probe.segment = true;
-        probe.segmentSize = (long)shmDs.shm_segsz;
-        probe.attached = (long)shmDs.shm_nattch;
-    }
-    int semId = semget(list.key, 0, 0);
-    if (semId == -1) {
-        return probe;
-    }
-    struct semid_ds semDs;
-    SemArg arg;
-    arg.buf = &semDs;
-    int value = semctl(semId, 0, GETVAL);
-    if (value < 0 || semctl(semId, 0, IPC_STAT, arg) != 0) {
-        return probe;
-    }
-    int waiting = semctl(semId, 0, GETNCNT);
-    probe.waiting = waiting > 0 ? waiting : 0;
-    // A set made by a non-owner starts at 0 and has never seen an operation;
-    // the owner's SETVAL makes it 1, and any lock taken since sets sem_otime.
-    if (value > 0) {
-        probe.sem = ListProbe::SEM_FREE;
-    } else if (semDs.sem_otime != 0) {
-        probe.sem = ListProbe::SEM_HELD;
-    } else {
-        probe.sem = ListProbe::SEM_UNINITIALISED;
-    }
-    return probe;
-}
-
-const char* semStateName(ListProbe::SemState state)
-{
-    switch (state) {
-    case ListProbe::SEM_ABSENT: return "absent";
-    case ListProbe::SEM_UNINITIALISED: return "never initialised";
-    case ListProbe::SEM_FREE: return "free";
-    case ListProbe::SEM_HELD: return "held";
-    }
-    return "?";
+    return probeListOwner(list.key);
 }
 
 void guardLockWait(const char* listName, unsigned seconds)

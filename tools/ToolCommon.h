@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "JsonText.h"
+#include "v2xshm-unit/ListOwner.h"
 
 // Shared pieces of the v2xshm command-line tool: the segment map, argument
 // handling, error reporting and the checks that keep reading from creating
@@ -74,8 +75,9 @@ std::string padRight(const std::string& text, size_t columns);
 std::string agoText(double refreshTime, double now);
 
 // Checks, without creating anything, that `list` has an owner: its segment
-// exists and its semaphore was initialised by the owner. Otherwise prints
-// which list has no owner and returns false.
+// exists, an owner set up its semaphore and is still attached. Otherwise
+// prints which list has no owner (absent, owner gone, never initialised) and
+// returns false.
 bool requireOwner(const ListInfo& list);
 
 // Arms a guard that ends the process with a clear message if a transfer on
@@ -83,23 +85,11 @@ bool requireOwner(const ListInfo& list);
 void guardLockWait(const char* listName, unsigned seconds = 5);
 void releaseLockGuard();
 
-// What the kernel says about one list's segment and semaphore, found with
-// look-up-only calls (shmget/semget with flags 0, IPC_STAT, GETVAL): probing
-// never creates anything.
-struct ListProbe {
-    enum SemState { SEM_ABSENT, SEM_UNINITIALISED, SEM_FREE, SEM_HELD };
-
-    bool segment = false;       // a segment exists under the list's key
-    long segmentSize = 0;       // its size in bytes (fixed by its creator)
-    long attached = 0;          // processes attached to it (shm_nattch)
-    SemState sem = SEM_ABSENT;  // SEM_UNINITIALISED: made by a non-owner, never set to 1
-    int waiting = 0;            // processes blocked on the lock (GETNCNT)
-
-    // Segment and an initialised semaphore: an owner set the list up.
-    bool owned() const { return segment && sem != SEM_ABSENT && sem != SEM_UNINITIALISED; }
-};
+// What the kernel says about one list's segment and semaphore (who keeps
+// it, attached processes, semaphore state), from the unit layer's probe, so
+// that the tool and the consistency check agree on which lists have an owner.
+// Probing never creates anything.
+using ListProbe = ListOwnerProbe;
 ListProbe probeList(const ListInfo& list);
-// "absent", "never initialised", "free" or "held".
-const char* semStateName(ListProbe::SemState state);
 
 #endif

@@ -1,9 +1,12 @@
-// Uses the installed library through both include forms: the umbrella header
-// and a header by its subsystem folder. Passes a setting from an owner to a
-// reader of the configuration list (run it in a private IPC namespace) and
-// encodes a number big-endian. Prints "consumer ok" on success.
+// Uses the installed libraries through every include form: the umbrella
+// header, a header by its subsystem folder and a unit-layer header. Passes a
+// setting from an owner to a reader of the configuration list (run it in a
+// private IPC namespace), encodes a number big-endian and checks the lists
+// with the unit layer. Prints "consumer ok" on success.
 #include <v2xshm.h>
 #include <shm/DevConfigMng.h>
+#include <v2xshm-unit/LMMessageWriter.h>
+#include <v2xshm-unit/ListCheck.h>
 
 #include <cstdio>
 #include <cstring>
@@ -26,6 +29,19 @@ int main()
     if (SerializeTool::Int2Byte(buf, &pos, 0x01020304) < 0 || pos != 4 ||
         memcmp(buf, "\x01\x02\x03\x04", 4) != 0) {
         printf("consumer: big-endian encoding failed\n");
+        return 1;
+    }
+    // The shared library attaches the process list when it loads, with no
+    // owner to set it up; the static one only when the program feeds.
+#ifdef CONSUMER_STATIC
+    const ListCheckResult::Verdict procs = ListCheckResult::ABSENT;
+#else
+    const ListCheckResult::Verdict procs = ListCheckResult::NO_OWNER;
+#endif
+    std::vector<char> message;
+    if (checkList("config").verdict != ListCheckResult::CONSISTENT || checkList("procs").verdict != procs ||
+        LMMessageWriter::writeNodeList({}, &message) != 6) {
+        printf("consumer: the unit layer's check or writer failed\n");
         return 1;
     }
     printf("consumer ok\n");

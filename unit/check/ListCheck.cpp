@@ -40,13 +40,6 @@
 
 namespace {
 
-// glibc leaves the semctl argument union to the caller.
-union SemArg {
-    int val;
-    struct semid_ds* buf;
-    unsigned short* array;
-};
-
 // What one list's analysis works on and writes to.
 struct Analysis {
     const char* image;  // the copy of the segment, `reach` bytes
@@ -450,26 +443,33 @@ void giveLock(int semId)
     }
 }
 
-// Reads the semaphore's state; returns its identifier or -1.
-int probeSem(int key, ListCheckResult& r)
+// Fills the result's ownership and semaphore state from a probe of the key.
+void takeProbe(const ListOwnerProbe& probe, ListCheckResult& r)
 {
-    int semId = semget(key, 0, 0);
-    if (semId == -1) {
-        return -1;
+    r.semPresent = probe.sem != ListOwnerProbe::SEM_ABSENT;
+    r.semValue = probe.semValue;
+    r.semInitialised = probe.sem == ListOwnerProbe::SEM_FREE || probe.sem == ListOwnerProbe::SEM_HELD;
+    r.ownership = probe.ownership;
+    r.attached = probe.attached;
+    r.creatorPid = probe.creatorPid;
+    r.creatorAlive = probe.creatorAlive;
+}
+
+// What is wrong with the list's ownership, in short English; empty when owned.
+std::string ownershipProblem(const ListCheckResult& r)
+{
+    std::string creator = "created by pid " + std::to_string(r.creatorPid) +
+                          (r.creatorAlive ? ", still running" : ", gone");
+    switch (r.ownership) {
+    case ListOwnerProbe::OWNER_GONE:
+        return "owner gone (nobody attached; " + creator + ")";
+    case ListOwnerProbe::NEVER_INITIALISED:
+        return "semaphore never initialised (no owner; " + std::to_string(r.attached) + " attached, " + creator + ")";
+    case ListOwnerProbe::NO_SEMAPHORE:
+        return "no semaphore (no owner)";
+    default:
+        return "";
     }
-    struct semid_ds ds;
-    SemArg arg;
-    arg.buf = &ds;
-    int value = semctl(semId, 0, GETVAL);
-    if (value < 0 || semctl(semId, 0, IPC_STAT, arg) != 0) {
-        return -1;
-    }
-    r.semPresent = true;
-    r.semValue = value;
-    // A set made by a non-owner starts at 0 and has seen no operation; the
-    // owner's SETVAL makes it 1, and any lock taken since sets sem_otime.
-    r.semInitialised = value > 0 || ds.sem_otime != 0;
-    return semId;
 }
 
 // Copies `reach` bytes of the segment into *copy, never past the pages the
@@ -524,23 +524,26 @@ ListCheckResult checkList(const std::string& name, int key, const ListCheckOptio
     r.key = key != 0 ? key : spec->key;
     r.sizeExpected = spec->size;
 
+    // Looked up before attaching, so that the check's own attachment does
+    // not count as somebody keeping the list.
+    takeProbe(probeListOwner(r.key), r);
     int shmId = shmget(r.key, 0, 0);
     struct shmid_ds shmDs;
-    if (shmId == -1 || shmctl(shmId, IPC_STAT, &shmDs) != 0) {
-        probeSem(r.key, r);
+    if (r.ownership == ListOwnerProbe::NO_SEGMENT || shmId == -1 || shmctl(shmId, IPC_STAT, &shmDs) != 0) {
+        r.ownership = ListOwnerProbe::NO_SEGMENT;
         r.verdict = ListCheckResult::ABSENT;
         return r;
     }
     r.present = true;
     r.sizeFound = (long)shmDs.shm_segsz;
 
-    int semId = probeSem(r.key, r);
+    std::string unowned = ownershipProblem(r);
+    if (!unowned.empty()) {
+        r.problems.push_back(unowned);
+    }
+    int semId = r.semPresent ? semget(r.key, 0, 0) : -1;
     int lockError = 0;
-    if (semId == -1) {
-        r.problems.push_back("no semaphore");
-    } else if (!r.semInitialised) {
-        r.problems.push_back("semaphore never initialised (no owner)");
-    } else {
+    if (r.semInitialised && semId != -1) {
         lockError = takeLock(semId, options.lockWaitSeconds);
         r.locked = lockError == 0;
     }
@@ -580,7 +583,13 @@ ListCheckResult checkList(const std::string& name, int key, const ListCheckOptio
         }
         a.finish(options.futureTolerance);
     }
-    r.verdict = r.problems.empty() ? ListCheckResult::CONSISTENT : ListCheckResult::DAMAGED;
+    if (r.problems.empty()) {
+        r.verdict = ListCheckResult::CONSISTENT;
+    } else if (r.problems.size() == 1 && !unowned.empty()) {
+        r.verdict = ListCheckResult::NO_OWNER;
+    } else {
+        r.verdict = ListCheckResult::DAMAGED;
+    }
     return r;
 }
 
@@ -599,6 +608,7 @@ const char* verdictName(ListCheckResult::Verdict verdict)
     case ListCheckResult::ABSENT: return "absent";
     case ListCheckResult::CONSISTENT: return "consistent";
     case ListCheckResult::DAMAGED: return "damaged";
+    case ListCheckResult::NO_OWNER: return "no owner";
     }
     return "?";
 }
@@ -606,9 +616,23 @@ const char* verdictName(ListCheckResult::Verdict verdict)
 int checkExitCode(const std::vector<ListCheckResult>& results)
 {
     for (const ListCheckResult& r : results) {
-        if (r.verdict == ListCheckResult::DAMAGED) {
+        if (r.verdict == ListCheckResult::DAMAGED || r.verdict == ListCheckResult::NO_OWNER) {
             return 1;
         }
     }
     return 0;
+}
+
+ListCheckCounts countVerdicts(const std::vector<ListCheckResult>& results)
+{
+    ListCheckCounts counts;
+    for (const ListCheckResult& r : results) {
+        switch (r.verdict) {
+        case ListCheckResult::ABSENT: ++counts.absent; break;
+        case ListCheckResult::CONSISTENT: ++counts.consistent; break;
+        case ListCheckResult::DAMAGED: ++counts.damaged; break;
+        case ListCheckResult::NO_OWNER: ++counts.noOwner; break;
+        }
+    }
+    return counts;
 }

@@ -1,2 +1,2 @@
 # The consistency check of every list, for a supervisor and the tool.
-v2xshm_unit_area(check ListCheck)
+v2xshm_unit_area(check ListCheck ListOwner)

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "v2xshm-unit/ListOwner.h"
+
 // The consistency check of the shared lists: the first thing to run on a unit
 // that misbehaves, and after a crash.
 //
@@ -27,6 +29,12 @@
 // ids strictly ascending); every refresh time of a listed record no later
 // than now plus a tolerance (a clock that stepped back).
 //
+// Ownership (see ListOwner.h): a list whose owner is gone (set up by an owner,
+// nobody attached: an owner killed with SIGKILL) or that never had one
+// (semaphore never set, e.g. the process list a program attaches when it
+// loads the shared library with no owner running) is not healthy even when
+// its content is: its verdict is NO_OWNER unless the content is damaged too.
+//
 // Nothing is printed: the caller formats the results.
 
 struct ListCheckOptions {
@@ -37,8 +45,9 @@ struct ListCheckOptions {
 struct ListCheckResult {
     enum Verdict {
         ABSENT,      // no segment under the key: nothing to check
-        CONSISTENT,  // present and no problem found
+        CONSISTENT,  // present, owned and no problem found
         DAMAGED,     // present with at least one problem (see problems)
+        NO_OWNER,    // present, no owner keeps it (see ownership), no other problem
     };
 
     std::string name;       // the tool's name of the list ("config", "map", ...)
@@ -54,6 +63,13 @@ struct ListCheckResult {
     bool locked = false;          // the copy was taken under the lock
     int holderPid = 0;            // when the lock was not had: last process to operate on it
     bool holderAlive = false;     // whether that process still exists
+
+    // Who keeps the list: OWNED, OWNER_GONE, NEVER_INITIALISED, NO_SEMAPHORE,
+    // or NO_SEGMENT when absent. Anything else but OWNED leads problems.
+    ListOwnerProbe::Ownership ownership = ListOwnerProbe::NO_SEGMENT;
+    long attached = 0;            // processes attached to the segment before the check attached
+    int creatorPid = 0;           // the process that created the segment
+    bool creatorAlive = false;    // whether it still exists
 
     // The figures the check read, in order, e.g. {"count", 3}, {"capacity", 128}.
     std::vector<std::pair<std::string, long long>> figures;
@@ -77,9 +93,19 @@ ListCheckResult checkList(const std::string& name, int key = 0,
 std::vector<ListCheckResult> checkLists(const std::vector<std::string>& names = {},
                                         const ListCheckOptions& options = ListCheckOptions());
 
-// "absent", "consistent" or "damaged".
+// "absent", "consistent", "damaged" or "no owner".
 const char* verdictName(ListCheckResult::Verdict verdict);
-// The process exit code for a set of results: 0 when none is damaged, 1 otherwise.
+// The process exit code for a set of results: 0 when none is damaged or
+// without an owner, 1 otherwise.
 int checkExitCode(const std::vector<ListCheckResult>& results);
+
+// A set of results counted by verdict.
+struct ListCheckCounts {
+    int consistent = 0;
+    int damaged = 0;
+    int noOwner = 0;
+    int absent = 0;
+};
+ListCheckCounts countVerdicts(const std::vector<ListCheckResult>& results);
 
 #endif
