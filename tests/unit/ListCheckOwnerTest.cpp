@@ -1,11 +1,12 @@
 // Ownership as the consistency check and the tool see it, with real
 // processes: an owner alive, an owner killed with SIGKILL, and a non-owner
-// that attached with no owner running and left.
+// that attached with no owner running.
 #include "v2xshm-unit/ListCheck.h"
 #include "v2xshm-unit/ListOwner.h"
 
 #include <gtest/gtest.h>
 #include <csignal>
+#include <cstring>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -16,21 +17,7 @@
 
 namespace {
 
-ListCheckOptions quick()
-{
-    ListCheckOptions options;
-    options.lockWaitSeconds = 0.2;
-    return options;
-}
-
-void removeKey(int key)
-{
-    semctl(semget(key, 0, 0), 0, IPC_RMID);
-    shmctl(shmget(key, 0, 0), IPC_RMID, nullptr);
-}
-
-// A child that makes `Mng(owner)`, stores one setting when owner, tells the
-// parent and waits to be killed.
+// A child that constructs Mng(owner), tells the parent and waits for a signal.
 template <typename Mng>
 pid_t childHolding(bool owner)
 {
@@ -49,74 +36,66 @@ pid_t childHolding(bool owner)
 
 TEST(ListOwner, OwnerAliveKilledAndNeverThereAreToldApart)
 {
+    using P = ListOwnerProbe;
+    using V = ListCheckResult;
     struct Case {
-        const char* what;
         const char* list;
         int key;
-        bool ownerChild;   // the child constructs the list as owner
-        int endSignal;     // how the child ends before the check (0: runs on)
-        ListOwnerProbe::Ownership ownership;
-        ListCheckResult::Verdict verdict;
+        bool owner;      // the child constructs the list as owner
+        int endSignal;   // how the child ends before the check (0: it runs on)
+        bool damage;     // a count beyond the capacity is written first
+        P::Ownership ownership;
+        V::Verdict verdict;
         const char* problem;
     };
     const Case cases[] = {
-        {"owner alive", "config", DevConfigMng::SHM_KEY, true, 0, ListOwnerProbe::OWNED,
-         ListCheckResult::CONSISTENT, ""},
-        {"owner killed", "config", DevConfigMng::SHM_KEY, true, SIGKILL, ListOwnerProbe::OWNER_GONE,
-         ListCheckResult::NO_OWNER, "owner gone (nobody attached; created by pid "},
+        {"config", DevConfigMng::SHM_KEY, true, 0, false, P::OWNED, V::CONSISTENT, ""},
+        {"config", DevConfigMng::SHM_KEY, true, SIGKILL, false, P::OWNER_GONE, V::NO_OWNER,
+         "owner gone (nobody attached; created by pid "},
+        {"config", DevConfigMng::SHM_KEY, true, SIGKILL, true, P::OWNER_GONE, V::DAMAGED, "owner gone"},
         // What a program linked against the shared library leaves of the
-        // process list when no owner runs.
-        {"non-owner left", "procs", DevProcListMng::SHM_KEY, false, SIGTERM, ListOwnerProbe::NEVER_INITIALISED,
-         ListCheckResult::NO_OWNER, "semaphore never initialised (no owner; 0 attached"},
-        {"non-owner still there", "procs", DevProcListMng::SHM_KEY, false, 0, ListOwnerProbe::NEVER_INITIALISED,
-         ListCheckResult::NO_OWNER, "(no owner; 1 attached"},
+        // process list when no owner runs, and what it shows while it runs.
+        {"procs", DevProcListMng::SHM_KEY, false, SIGTERM, false, P::NEVER_INITIALISED, V::NO_OWNER,
+         "semaphore never initialised (no owner; 0 attached"},
+        {"procs", DevProcListMng::SHM_KEY, false, 0, false, P::NEVER_INITIALISED, V::NO_OWNER, "(no owner; 1 attached"},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        pid_t child = c.ownerChild ? childHolding<DevConfigMng>(true) : childHolding<DevProcListMng>(false);
+        SCOPED_TRACE(std::string(c.list) + " " + ownershipName(c.ownership));
+        pid_t child = c.owner ? childHolding<DevConfigMng>(true) : childHolding<DevProcListMng>(false);
         if (c.endSignal != 0) {
             kill(child, c.endSignal);
             EXPECT_EQ(waitChild(child), 128 + c.endSignal);
         }
-        ListOwnerProbe probe = probeListOwner(c.key);
+        if (c.damage) {
+            void* seg = shmat(shmget(c.key, 0, 0), nullptr, 0);
+            ASSERT_NE(seg, (void*)-1);
+            int32_t count = 129;
+            memcpy(seg, &count, sizeof count);
+            shmdt(seg);
+        }
+        P probe = probeListOwner(c.key);
         EXPECT_EQ(probe.ownership, c.ownership) << ownershipName(probe.ownership);
-        EXPECT_EQ(probe.owned(), c.ownership == ListOwnerProbe::OWNED);
+        EXPECT_EQ(probe.owned(), c.ownership == P::OWNED);
         EXPECT_EQ(probe.creatorPid, child);
         EXPECT_EQ(probe.creatorAlive, c.endSignal == 0);
 
-        ListCheckResult r = checkList(c.list, 0, quick());
+        ListCheckResult r = checkList(c.list, 0, ListCheckOptions{0.2, 2.0});
         EXPECT_EQ(r.verdict, c.verdict) << verdictName(r.verdict);
         EXPECT_EQ(r.ownership, c.ownership);
-        EXPECT_EQ(checkExitCode({r}), c.verdict == ListCheckResult::CONSISTENT ? 0 : 1);
+        EXPECT_EQ(checkExitCode({r}), c.verdict == V::CONSISTENT ? 0 : 1);
+        ListCheckCounts counts = countVerdicts({r, checkList("gnss")});
+        EXPECT_EQ(counts.absent, 1);
+        EXPECT_EQ(c.verdict == V::NO_OWNER ? counts.noOwner : c.verdict == V::DAMAGED ? counts.damaged : counts.consistent, 1);
         ASSERT_EQ(r.problems.empty(), *c.problem == '\0');
         if (*c.problem != '\0') {
             EXPECT_NE(r.problems[0].find(c.problem), std::string::npos) << r.problems[0];
         }
-        // The check attached and left: the list is as it found it.
-        EXPECT_EQ(probeListOwner(c.key).attached, probe.attached);
+        EXPECT_EQ(probeListOwner(c.key).attached, probe.attached) << "the check detached again";
         if (c.endSignal == 0) {
             kill(child, SIGKILL);
             waitChild(child);
         }
-        removeKey(c.key);
+        semctl(semget(c.key, 0, 0), 0, IPC_RMID);
+        shmctl(shmget(c.key, 0, 0), IPC_RMID, nullptr);
     }
-}
-
-TEST(ListOwner, DamageBesideAMissingOwnerStaysDamage)
-{
-    pid_t child = childHolding<DevConfigMng>(true);
-    kill(child, SIGKILL);
-    ASSERT_EQ(waitChild(child), 128 + SIGKILL);
-    void* seg = shmat(shmget(DevConfigMng::SHM_KEY, 0, 0), nullptr, 0);
-    ASSERT_NE(seg, (void*)-1);
-    int32_t count = 129;
-    memcpy(seg, &count, sizeof count);
-    shmdt(seg);
-    ListCheckResult r = checkList("config", 0, quick());
-    EXPECT_EQ(r.verdict, ListCheckResult::DAMAGED);
-    EXPECT_EQ(r.ownership, ListOwnerProbe::OWNER_GONE);
-    ListCheckCounts counts = countVerdicts({r, checkList("gnss", 0, quick())});
-    EXPECT_EQ(counts.damaged, 1);
-    EXPECT_EQ(counts.absent, 1);
-    removeKey(DevConfigMng::SHM_KEY);
 }
