@@ -24,6 +24,16 @@
 // count, the records); an RSI text is sent up to its first zero byte (at
 // most 255 bytes) and its sourceID is not sent.
 //
+// The three list forms and what reads them (the checked walks of
+// LMMessageCheck and LMSignalCheck pass every message these write):
+// - writeNodeList: LMNodeListMng::DeSerialize; a node id written twice
+//   leaves the later node.
+// - writeTLList: LMTLListMng::DeSerialize; a light id written twice leaves
+//   the later light.
+// - writeRSIList: LMRSIListMng::DeSerialize; records stay in the order
+//   written, the receiver names their source.
+// Refresh times are not sent: the receiver stamps what it decodes.
+//
 // Every writer appends to *out and returns the number of bytes appended, or
 // -1 (nothing appended) for a null out, a record too long for its length
 // field, or when memory runs out.
