@@ -40,7 +40,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libv2xshm${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${V2XSHM_DEB_SYSTEM_DEPENDS}")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
-    "V2X unit shared-memory library\n The managers that keep a V2X unit's shared state (configuration, GNSS fix,\n local map, signals, participants, traffic records) in System V shared\n memory, with big-endian codecs, transport and geometry; beside it the unit layer\n (libv2xshm-unit): what the processes compute from the lists.")
+    "V2X unit shared-memory library\n The managers that keep a V2X unit's shared state (configuration, GNSS fix,\n local map, signals, participants, traffic records) in System V shared\n memory, with big-endian codecs, transport and geometry; beside it\n the unit layer (libv2xshm-unit): what the processes compute from the lists.")
 # A shlibs file and the ldconfig trigger, as a Debian library package has.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
