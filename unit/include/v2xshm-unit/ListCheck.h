@@ -65,7 +65,7 @@ struct ListCheckResult {
     bool holderAlive = false;     // whether that process still exists
 
     // Who keeps the list: OWNED, OWNER_GONE, NEVER_INITIALISED, NO_SEMAPHORE,
-    // or NO_SEGMENT when absent. Anything else but OWNED leads problems.
+    // or NO_SEGMENT when absent. A present list not OWNED has this as its first problem.
     ListOwnerProbe::Ownership ownership = ListOwnerProbe::NO_SEGMENT;
     long attached = 0;            // processes attached to the segment before the check attached
     int creatorPid = 0;           // the process that created the segment
