@@ -7,6 +7,7 @@
 // refreshed for 10 s, `locate` places a vehicle on the map and publishes the
 // result, `show` prints the list and the published result.
 #include "Commands.h"
+#include "JsonText.h"
 
 #include <cerrno>
 #include <cmath>

@@ -22,6 +22,7 @@
 //     valueByte2    metres from the vehicle to its nearest reference point (255 beyond)
 //     text          "SOURCE#INFOID: TEXT", cut to 255 bytes
 #include "Commands.h"
+#include "JsonText.h"
 
 #include <algorithm>
 #include <cerrno>
