@@ -13,29 +13,13 @@
 #include "FrameJson.h"
 #include "ListAccess.h"
 #include "ToolParse.h"
+#include "ToolText.h"
 #include "shm/TimeTool.h"
 #include "status/CommRecordMng.h"
 #include "status/CommSumMng.h"
 #include "status/DevUIClientMng.h"
 
 namespace {
-
-std::string fixed(double value, int decimals)
-{
-    char buf[64];
-    snprintf(buf, sizeof buf, "%.*f", decimals, value);
-    return buf;
-}
-
-std::string printable(std::string text)
-{
-    for (char& c : text) {
-        if ((unsigned char)c < 0x20 || (unsigned char)c >= 0x7f) {
-            c = '?';
-        }
-    }
-    return text;
-}
 
 // ---- the message-traffic ring and totals ----
 

@@ -13,7 +13,7 @@
 
 #include "ListAccess.h"
 #include "SpaceJson.h"
-#include "SpaceText.h"
+#include "ToolText.h"
 #include "shm/TimeTool.h"
 #include "space/DevGNSSMng.h"
 #include "space/VehTraceMng.h"

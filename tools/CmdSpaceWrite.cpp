@@ -16,7 +16,7 @@
 
 #include "ListAccess.h"
 #include "SpaceJson.h"
-#include "SpaceText.h"
+#include "ToolText.h"
 #include "space/DevGNSSMng.h"
 #include "space/VehTraceMng.h"
 #include "status/VehStatusMng.h"
@@ -39,7 +39,7 @@ bool parseNumber(const std::string& text, double* out)
 }
 
 // Reads "--name value" pairs; an empty string on success, else the complaint.
-std::string parseOptions(const std::vector<std::string>& words, size_t from, const std::vector<std::string>& known,
+std::string parseFixOptions(const std::vector<std::string>& words, size_t from, const std::vector<std::string>& known,
                          std::map<std::string, double>* values)
 {
     for (size_t i = from; i < words.size(); i += 2) {
@@ -116,7 +116,7 @@ int msWithinMinuteNow()
 int gnssPush(const ToolArgs& args)
 {
     std::map<std::string, double> v;
-    std::string bad = parseOptions(args.words, 1, {"lon", "lat", "speed", "heading", "time-ms", "precision"}, &v);
+    std::string bad = parseFixOptions(args.words, 1, {"lon", "lat", "speed", "heading", "time-ms", "precision"}, &v);
     if (bad.empty()) {
         bad = checkFix(v);
     }

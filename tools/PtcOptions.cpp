@@ -8,16 +8,6 @@
 #include "RecordText.h"
 #include "ptc/TargetMng.h"
 
-namespace {
-
-// A bound of an option's range as the usage line shows it.
-std::string num(double value)
-{
-    return formatDouble(value);
-}
-
-}  // namespace
-
 ListInfo targetList(int key)
 {
     return {"targets", "TargetMng", key, TargetMng::SHM_SIZE};
@@ -60,7 +50,7 @@ std::string numberOption(const std::map<std::string, std::string>& opts, const s
     if (end == nullptr || *end != '\0' || !std::isfinite(value) || value < lo || value > hi ||
         (whole && value != std::floor(value))) {
         return "--" + name + " '" + text + "' is not " + (whole ? "a whole number" : "a number") + " in [" +
-               num(lo) + ", " + num(hi) + "]";
+               formatDouble(lo) + ", " + formatDouble(hi) + "]";
     }
     *out = value;
     return "";

@@ -6,17 +6,11 @@
 #include <cstring>
 
 #include "RecordText.h"
+#include "ToolText.h"
 
 namespace {
 
 constexpr double PI = 3.141592653589793;
-
-std::string fixed(double value, int decimals)
-{
-    char buf[64];
-    snprintf(buf, sizeof buf, "%.*f", decimals, value);
-    return buf;
-}
 
 // Damaged records may hold anything: a figure that is not finite shows as "null".
 std::string num(double value)
@@ -58,13 +52,7 @@ std::string bearingText(double angle)
 
 std::string textOf(const char* field, size_t width)
 {
-    std::string out(field, strnlen(field, width));
-    for (char& c : out) {
-        if ((unsigned char)c < 0x20 || (unsigned char)c >= 0x7f) {
-            c = '?';
-        }
-    }
-    return out;
+    return printable(fieldText(field, width));
 }
 
 std::string headText(const PTC& p)

@@ -1,4 +1,4 @@
-#include "SpaceText.h"
+#include "ToolText.h"
 
 #include <cmath>
 #include <cstdio>
@@ -43,6 +43,16 @@ std::string fixed(double value, int decimals)
     char buf[64];
     snprintf(buf, sizeof buf, "%.*f", decimals, value);
     return buf;
+}
+
+std::string printable(std::string text)
+{
+    for (char& c : text) {
+        if ((unsigned char)c < 0x20 || (unsigned char)c >= 0x7f) {
+            c = '?';
+        }
+    }
+    return text;
 }
 
 std::string positionText(double lon, double lat)
