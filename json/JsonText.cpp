@@ -1,8 +1,10 @@
 #include "JsonText.h"
 
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 
 std::string formatDouble(double value)
@@ -39,4 +41,25 @@ Json jsonNumber(double value)
         return (int64_t)value;
     }
     return value;
+}
+
+Json jsonFloat(float value)
+{
+    if (!std::isfinite(value)) {
+        return nullptr;
+    }
+    // The float's shortest digits, read back as the double the JSON holds.
+    char buf[32];
+    for (int digits = 1; digits <= 9; ++digits) {
+        snprintf(buf, sizeof buf, "%.*g", digits, (double)value);
+        if (strtof(buf, nullptr) == value) {
+            break;
+        }
+    }
+    return jsonNumber(strtod(buf, nullptr));
+}
+
+std::string fieldText(const char* field, size_t width)
+{
+    return std::string(field, strnlen(field, width));
 }

@@ -4,11 +4,11 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "JsonFwd.h"
+#include "RecordText.h"
+
 // The JSON form shared by every front (the tool, the live page, the bridge):
 // documents, numbers and texts written one way everywhere.
-
-// JSON documents keep their members in the order they were added.
-using Json = nlohmann::ordered_json;
 
 // JSON output. Texts come from shared memory, files and datagrams and need
 // not be UTF-8: every byte that is not part of valid UTF-8 is written as
@@ -21,7 +21,8 @@ std::string jsonString(const std::string& text);
 // A number as formatDouble writes it: whole values without a fraction.
 Json jsonNumber(double value);
 
-// A double printed with the fewest digits that read back to the same value.
-std::string formatDouble(double value);
+// A float as the fewest digits that read back to the same float; whole
+// values without a fraction; null when not finite.
+Json jsonFloat(float value);
 
 #endif

@@ -55,24 +55,6 @@ int64_t int64Of(const uint8_t* bytes)
 
 }  // namespace
 
-Json jsonFloat(float value)
-{
-    if (!std::isfinite(value)) {
-        return nullptr;
-    }
-    if (value == std::floor(value)) {
-        return jsonNumber(value);
-    }
-    char buf[32];
-    for (int precision = 1; precision <= 9; ++precision) {
-        snprintf(buf, sizeof buf, "%.*g", precision, (double)value);
-        if (strtof(buf, nullptr) == value) {
-            break;
-        }
-    }
-    return strtod(buf, nullptr);
-}
-
 void to_json(Json& j, const GeoCoordinates& g)
 {
     j = Json::object();

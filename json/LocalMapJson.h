@@ -29,9 +29,6 @@ void to_json(Json& j, const LMMapRes& res);
 void to_json(Json& j, const LMTLPhaseRes& res);
 void to_json(Json& j, const LMRSIRes& res);
 
-// A float as it reads: the fewest digits that give the same float back,
-// whole values without a fraction, null when not finite.
-Json jsonFloat(float value);
 // The values of a keyed map (nodes, links, lanes, ...) as an array, in key order.
 template <typename Map>
 Json jsonValues(const Map& map)

@@ -1,6 +1,7 @@
 // v2xshm check [LIST...]: the consistency of the shared lists, one line each,
 // then a verdict.
 #include "Commands.h"
+#include "JsonText.h"
 
 #include <cstdio>
 

@@ -5,6 +5,7 @@
 // into the shared list in place, `map age` drops nodes not refreshed for
 // 10 s. Showing the map is in CmdMapShow.cpp, locating in CmdLocate.cpp.
 #include "Commands.h"
+#include "JsonText.h"
 
 #include <cstdint>
 #include <cstring>
@@ -124,7 +125,7 @@ int mapLoad(const ToolArgs& args)
               << " links, " << t.lanes << " lanes, " << t.points << " points, " << t.movements
               << " movements, merged into the map list" << std::endl;
     for (const auto& node : mng.nodes) {
-        std::cout << "  node " << node.first << " \"" << printable(textOf(node.second.name, LMNodeBase::NAME_LEN))
+        std::cout << "  node " << node.first << " \"" << withoutControls(fieldText(node.second.name, LMNodeBase::NAME_LEN))
                   << "\": " << node.second.links.size() << " links" << std::endl;
     }
     return EXIT_OK;

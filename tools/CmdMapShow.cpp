@@ -30,8 +30,8 @@ std::string hexOf(const uint8_t* bytes, int n)
 
 std::string position(const GeoCoordinates& g)
 {
-    return fixed(g.latitude, 7) + " " + printable(std::string(1, g.latHemisphere)) + " " + fixed(g.longitude, 7) +
-           " " + printable(std::string(1, g.lonHemisphere));
+    return fixed(g.latitude, 7) + " " + withoutControls(std::string(1, g.latHemisphere)) + " " + fixed(g.longitude, 7) +
+           " " + withoutControls(std::string(1, g.lonHemisphere));
 }
 
 WholeNumber parseNodeId(const std::string& text, int64_t* out)
@@ -59,13 +59,13 @@ std::string movementsText(const std::map<int64_t, LMMovementBase>& movements)
 
 void printNode(const LMNodeExtend& node)
 {
-    std::cout << "node " << (long long)node.nodeId << " \"" << printable(textOf(node.name, LMNodeBase::NAME_LEN))
+    std::cout << "node " << (long long)node.nodeId << " \"" << withoutControls(fieldText(node.name, LMNodeBase::NAME_LEN))
               << "\" at " << position(node) << ", refreshed " << ageText(node) << ", " << node.links.size()
               << " links\n";
     for (const auto& entry : node.links) {
         const LMLinkExtend& link = entry.second;
         double length = link.points.empty() ? 0.0 : link.points.front().dis2End;
-        std::cout << "  link from " << entry.first << " \"" << printable(textOf(link.name, LMLinkBase::NAME_LEN))
+        std::cout << "  link from " << entry.first << " \"" << withoutControls(fieldText(link.name, LMLinkBase::NAME_LEN))
                   << "\": " << (unsigned)link.laneNum << " lanes, " << link.points.size() << " points, "
                   << fixed(length, 1) << " m to the stop line\n";
         std::cout << "    speed limits:";

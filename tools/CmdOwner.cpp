@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "OwnerTable.h"
+#include "StatusJson.h"
 
 namespace {
 
@@ -41,9 +42,9 @@ std::string joinNames(const std::vector<const ListInfo*>& lists)
     return out;
 }
 
-Json jsonNames(const std::vector<const ListInfo*>& lists)
+std::vector<std::string> namesOf(const std::vector<const ListInfo*>& lists)
 {
-    Json names = Json::array();
+    std::vector<std::string> names;
     for (const ListInfo* list : lists) {
         names.push_back(list->name);
     }
@@ -124,7 +125,7 @@ int cmdOwner(const std::vector<std::string>& names, const std::vector<std::strin
     }
 
     if (json) {
-        printJson({{"owning", jsonNames(lists)}, {"pid", getpid()}});
+        printJson(OwnerEvent{false, namesOf(lists), (int)getpid()});
     } else {
         std::cout << "owning " << joinNames(lists) << " (pid " << getpid() << ")" << std::endl;
     }
@@ -145,7 +146,7 @@ int cmdOwner(const std::vector<std::string>& names, const std::vector<std::strin
         }
     }
     if (json) {
-        printJson({{"released", jsonNames(lists)}});
+        printJson(OwnerEvent{true, namesOf(lists), 0});
     } else {
         std::cout << "released " << joinNames(lists) << std::endl;
     }

@@ -16,6 +16,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "ShmJson.h"
 #include "shm/DevProcListMng.h"
 #include "shm/TimeTool.h"
 #include "shm/WriteLog.h"
@@ -27,7 +28,7 @@ constexpr int FEED_PERIOD_S = 30;         // as the library's feeding thread
 
 std::string textOf(const char* field)
 {
-    return std::string(field, strnlen(field, ProcInfo::TEXT_LEN));
+    return fieldText(field, ProcInfo::TEXT_LEN);
 }
 
 // "2024-05-01 12:00:00.123" in local time.
@@ -76,15 +77,7 @@ int showProcs(double staleS, bool json)
     }
     double now = TimeTool::getPreciseTimeNow();
     if (json) {
-        Json procs = Json::array();
-        for (const auto& entry : mng.procs) {
-            const ProcInfo& p = entry.second;
-            double fed = p.latestRefreshTime;
-            procs.push_back({{"name", textOf(p.procName)}, {"tag", textOf(p.procTag)},
-                             {"refreshTime", jsonNumber(fed)}, {"age", jsonNumber(now - fed)},
-                             {"stale", p.isPreciseOverTime(staleS)}});
-        }
-        printJson({{"staleSeconds", jsonNumber(staleS)}, {"procs", procs}});
+        printJson(ProcListView{mng.procs, now, staleS});
         return EXIT_OK;
     }
     if (mng.procs.empty()) {
@@ -177,9 +170,7 @@ int cmdLog(long port, long count, bool json)
         if (json) {
             char addr[INET_ADDRSTRLEN] = "";
             inet_ntop(AF_INET, &from.sin_addr, addr, sizeof addr);
-            printJson({{"time", jsonNumber(now)},
-                       {"from", std::string(addr) + ":" + std::to_string(ntohs(from.sin_port))},
-                       {"text", text}});
+            printJson(LogDatagram{now, std::string(addr) + ":" + std::to_string(ntohs(from.sin_port)), text});
         } else {
             std::cout << clockText(now) << " " << text << std::endl;
         }

@@ -6,6 +6,7 @@
 // Showing them is in CmdSignalShow.cpp; the signal state and road-side
 // information of the vehicle's approach are the unit layer's (CmdLocate.cpp).
 #include "Commands.h"
+#include "JsonText.h"
 
 #include <cstdint>
 #include <cstring>

@@ -100,10 +100,10 @@ int showRsi(const ToolArgs& args)
     }
     std::cout << "rsi: " << mng.records.size() << " records\n";
     for (const LMRSIExtend& r : mng.records) {
-        std::cout << "  " << textOf(r.sourceID, LMRSIBase::SOURCE_LEN) << "#" << r.infoID << " (code " << r.attrInt
+        std::cout << "  " << fieldText(r.sourceID, LMRSIBase::SOURCE_LEN) << "#" << r.infoID << " (code " << r.attrInt
                   << "), received " << agoText(r.getLatestRefreshTime(), TimeTool::getPreciseTimeNow()) << ", "
                   << r.points.size()
-                  << " reference points: " << textOf(r.text, LMRSIBase::TEXT_LEN) << "\n";
+                  << " reference points: " << fieldText(r.text, LMRSIBase::TEXT_LEN) << "\n";
     }
     std::cout.flush();
     return EXIT_OK;
@@ -163,7 +163,7 @@ int showRsiResults(const ToolArgs& args)
     }
     for (const LMRSIRes& r : mng.rsiResults) {
         std::cout << "[" << (unsigned)r.valueByte1 << "] " << (unsigned)r.valueByte2
-                  << " m: " << textOf(r.text, LMRSIRes::TEXT_LEN) << "\n";
+                  << " m: " << fieldText(r.text, LMRSIRes::TEXT_LEN) << "\n";
     }
     if (mng.rsiResults.empty()) {
         std::cout << "no RSI results published" << std::endl;

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <iostream>
 
+#include "StatusJson.h"
+
 namespace {
 
 std::string segmentText(const ListInfo& list, const ListProbe& probe)
@@ -26,20 +28,6 @@ std::string semText(const ListProbe& probe)
     return text;
 }
 
-Json statusJson(const std::vector<ListProbe>& probes)
-{
-    Json lists = Json::array();
-    for (size_t i = 0; i < probes.size(); ++i) {
-        const ListInfo& list = knownLists()[i];
-        const ListProbe& probe = probes[i];
-        lists.push_back({{"name", list.name}, {"manager", list.manager}, {"key", list.key}, {"size", list.size},
-                         {"segment", probe.segment}, {"segmentSize", probe.segmentSize},
-                         {"attached", probe.attached}, {"semaphore", semStateName(probe.sem)},
-                         {"waiting", probe.waiting}, {"owned", probe.owned()}});
-    }
-    return {{"lists", lists}};
-}
-
 }  // namespace
 
 int cmdStatus(bool json)
@@ -49,7 +37,14 @@ int cmdStatus(bool json)
         probes.push_back(probeList(list));
     }
     if (json) {
-        printJson(statusJson(probes));
+        std::vector<ListStatus> lists;
+        for (size_t i = 0; i < probes.size(); ++i) {
+            const ListInfo& list = knownLists()[i];
+            const ListProbe& p = probes[i];
+            lists.push_back({list.name, list.manager, list.key, list.size, p.segment, p.segmentSize, p.attached,
+                             semStateName(p.sem), p.waiting, p.owned()});
+        }
+        printJson(StatusView{lists});
         return EXIT_OK;
     }
     printf("%-11s %-16s %6s %8s  %-18s %8s  %s\n", "list", "manager", "key", "size", "segment", "attached",

@@ -5,19 +5,7 @@
 
 #include "shm/TimeTool.h"
 
-std::string fixed(double value, int decimals)
-{
-    char buf[64];
-    snprintf(buf, sizeof buf, "%.*f", decimals, value);
-    return buf;
-}
-
-std::string textOf(const char* field, size_t width)
-{
-    return std::string(field, strnlen(field, width));
-}
-
-std::string printable(const std::string& text)
+std::string withoutControls(const std::string& text)
 {
     std::string out = text;
     for (char& c : out) {

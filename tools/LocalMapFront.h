@@ -4,17 +4,14 @@
 #include <string>
 
 #include "ToolCommon.h"
+#include "ToolText.h"
 #include "shm/IFRefreshable.h"
 #include "v2xshm-unit/ApproachSignal.h"
 
 // Text pieces shared by the map, signal and locate commands.
 
-// `value` with `decimals` digits after the point.
-std::string fixed(double value, int decimals);
-// A fixed-width text field up to its first zero.
-std::string textOf(const char* field, size_t width);
-// Control characters shown as '?'.
-std::string printable(const std::string& text);
+// Control characters shown as '?'; other bytes (names in UTF-8) kept.
+std::string withoutControls(const std::string& text);
 // "13.89 m/s (50.0 km/h)".
 std::string speedText(float metresPerSecond);
 // "3.2 s ago", "never" for a record never stamped, or a damaged stamp named.

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "JsonText.h"
+#include "RecordText.h"
 #include "v2xshm-unit/ListOwner.h"
 
 // Shared pieces of the v2xshm command-line tool: the segment map, argument
