@@ -13,18 +13,20 @@
 # bearing; once it falls silent it leaves the lists 2 s after its last report.
 # Finally stop the owner and show that nothing is left.
 #
-# Usage: scripts/demo.sh    (builds the host tool into build/host if needed;
-#                            V2XSHM_BUILD_DIR names another build directory)
+# Usage: scripts/demo.sh    (builds the host tool into build/demo if needed,
+#                            without tests or benchmarks; V2XSHM_BUILD_DIR
+#                            names another build directory, such as one the
+#                            test command made)
 set -euo pipefail
 
 ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
-BUILD="${V2XSHM_BUILD_DIR:-$ROOT/build/host}"
+BUILD="${V2XSHM_BUILD_DIR:-$ROOT/build/demo}"
 
 # --- Set-up, outside the namespace: packages, configure, build the tool.
+# Only what the tool needs: no test or benchmark packages.
 setup() {
     local need=() pkg
-    for pkg in cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev \
-               util-linux; do
+    for pkg in cmake ninja-build g++ libcli11-dev nlohmann-json3-dev util-linux; do
         dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg")
     done
     if [ ${#need[@]} -gt 0 ]; then
@@ -38,11 +40,8 @@ setup() {
     fi
     if [ ! -f "$BUILD/build.ninja" ]; then
         echo "== configuring $BUILD"
-        if [ "$BUILD" = "$ROOT/build/host" ] && [ -f "$ROOT/CMakePresets.json" ]; then
-            (cd "$ROOT" && cmake --preset host >/dev/null)
-        else
-            cmake -S "$ROOT" -B "$BUILD" -G Ninja >/dev/null
-        fi
+        cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+            -DBUILD_TESTING=OFF -DV2XSHM_BUILD_BENCH=OFF >/dev/null
     fi
     echo "== building the v2xshm tool (the first run compiles the library: about 5 minutes on 2 idle cores)"
     build_tool
