@@ -7,12 +7,6 @@
 
 namespace {
 
-std::string hexByte(uint8_t value)
-{
-    char c = (char)value;
-    return hexText(&c, 1);
-}
-
 // A time stamp to the microsecond, as the ring's writers stamp it.
 Json microseconds(double t)
 {
@@ -25,17 +19,6 @@ Json totals(int32_t c1, uint64_t b1, int32_t c2, uint64_t b2)
 }
 
 }  // namespace
-
-std::string hexText(const char* bytes, int n)
-{
-    std::string out;
-    char buf[4];
-    for (int i = 0; i < n; ++i) {
-        snprintf(buf, sizeof buf, "%02x", (unsigned)(uint8_t)bytes[i]);
-        out += buf;
-    }
-    return out;
-}
 
 void to_json(Json& j, const VI2CFrame& f)
 {

@@ -18,8 +18,6 @@
 // with its totals, and the user-interface clients. Field names and units are
 // listed in docs/json.md. Bytes are written as lower-case hex without gaps.
 
-// "fafb..." for n bytes.
-std::string hexText(const char* bytes, int n);
 
 // A framed message: {"type", "subType", "dataLen", "data"}.
 void to_json(Json& j, const VI2CFrame& frame);

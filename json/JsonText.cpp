@@ -63,3 +63,20 @@ std::string fieldText(const char* field, size_t width)
 {
     return std::string(field, strnlen(field, width));
 }
+
+std::string hexText(const void* bytes, int n, const char* gap)
+{
+    const uint8_t* b = static_cast<const uint8_t*>(bytes);
+    std::string out;
+    char buf[4];
+    for (int i = 0; i < n; ++i) {
+        snprintf(buf, sizeof buf, "%02x", (unsigned)b[i]);
+        out += (i ? gap : "") + std::string(buf);
+    }
+    return out;
+}
+
+std::string hexByte(uint8_t value)
+{
+    return hexText(&value, 1);
+}

@@ -9,22 +9,6 @@
 
 namespace {
 
-std::string textOf(const char* field, size_t width)
-{
-    return std::string(field, strnlen(field, width));
-}
-
-std::string hexOf(const uint8_t* bytes, int n)
-{
-    std::string out;
-    char buf[4];
-    for (int i = 0; i < n; ++i) {
-        snprintf(buf, sizeof buf, "%02x", bytes[i]);
-        out += buf;
-    }
-    return out;
-}
-
 Json millis(double seconds)
 {
     return jsonNumber(std::round(seconds * 1000.0) / 1000.0);
@@ -85,10 +69,10 @@ void to_json(Json& j, const LMLaneExtend& lane)
 {
     j = Json::object();
     j["laneID"] = lane.laneID;
-    j["laneBitsA"] = hexOf(lane.laneBitsA, 2);
-    j["laneBitsB"] = hexOf(lane.laneBitsB, 2);
+    j["laneBitsA"] = hexText(lane.laneBitsA, 2);
+    j["laneBitsB"] = hexText(lane.laneBitsB, 2);
     j["laneTypeCode"] = lane.laneTypeCode;
-    j["laneBitsC"] = hexOf(lane.laneBitsC, 2);
+    j["laneBitsC"] = hexText(lane.laneBitsC, 2);
     j["points"] = lane.points;
     j["movements"] = jsonValues(lane.movements);
 }
@@ -97,7 +81,7 @@ void to_json(Json& j, const LMLinkExtend& link)
 {
     j = Json::object();
     j["upstreamNodeId"] = (int64_t)link.upstreamNodeId;
-    j["name"] = textOf(link.name, LMLinkBase::NAME_LEN);
+    j["name"] = fieldText(link.name, LMLinkBase::NAME_LEN);
     j["laneNum"] = link.laneNum;
     j["attrFloat1"] = jsonFloat(link.attrFloat1);
     j["attrFloat2"] = jsonFloat(link.attrFloat2);
@@ -111,7 +95,7 @@ void to_json(Json& j, const LMNodeExtend& node)
 {
     j = Json::object();
     j["nodeId"] = (int64_t)node.nodeId;
-    j["name"] = textOf(node.name, LMNodeBase::NAME_LEN);
+    j["name"] = fieldText(node.name, LMNodeBase::NAME_LEN);
     j.update(Json(static_cast<const GeoCoordinates&>(node)));
     addAge(j, node);
     j["links"] = jsonValues(node.links);
@@ -149,14 +133,14 @@ void to_json(Json& j, const LMTrafficLightExtend& light)
 void to_json(Json& j, const LMRSIExtend& rec)
 {
     j = Json::object();
-    j["sourceID"] = textOf(rec.sourceID, LMRSIBase::SOURCE_LEN);
+    j["sourceID"] = fieldText(rec.sourceID, LMRSIBase::SOURCE_LEN);
     j["infoID"] = (int)rec.infoID;
     j["position"] = static_cast<const GeoCoordinates&>(rec.position);
     j["attrInt"] = (int32_t)rec.attrInt;
     j["attrShort"] = (int)rec.attrShort;
     j["attrByte"] = rec.attrByte;
     j["attrFloat"] = jsonFloat(rec.attrFloat);
-    j["text"] = textOf(rec.text, LMRSIBase::TEXT_LEN);
+    j["text"] = fieldText(rec.text, LMRSIBase::TEXT_LEN);
     addAge(j, rec);
     j["points"] = rec.points;
 }
@@ -188,6 +172,6 @@ void to_json(Json& j, const LMRSIRes& res)
     j = Json::object();
     j["listIndex"] = res.valueByte1;
     j["metres"] = res.valueByte2;
-    j["text"] = textOf(res.text, LMRSIRes::TEXT_LEN);
+    j["text"] = fieldText(res.text, LMRSIRes::TEXT_LEN);
     addAge(j, res);
 }

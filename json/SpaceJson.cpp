@@ -39,21 +39,10 @@ void fixJson(Json& j, const GNSS& g, const double* now)
                 {"speedNorth", jsonNumber(motion.speedY)}}}});
 }
 
-std::string hexBytes(const uint8_t* bytes, int n, const char* gap)
-{
-    std::string out;
-    char buf[4];
-    for (int i = 0; i < n; ++i) {
-        snprintf(buf, sizeof buf, "%02x", bytes[i]);
-        out += (i ? gap : "") + std::string(buf);
-    }
-    return out;
-}
-
 std::string eventHex(const VehStatus& s)
 {
     uint8_t events[2] = {s.eventFlags[0], s.eventFlags[1]};
-    return hexBytes(events, 2, "");
+    return hexText(events, 2, "");
 }
 
 Json item(const Json& value, uint8_t source)
@@ -130,7 +119,7 @@ void to_json(Json& j, const VehStatusAt& view)
                   {"item2", item((int32_t)s.item2, s.item2Source)},
                   {"item3", item((int32_t)s.item3, s.item3Source)},
                   {"accelSet", item(accelJson, s.accelSetSource)},
-                  {"brakes", item(hexBytes(brakeBytes, sizeof brakeBytes, " "), s.brakesSource)},
+                  {"brakes", item(hexText(brakeBytes, sizeof brakeBytes, " "), s.brakesSource)},
                   {"eventFlags", item({{"bits", eventHex(s)}, {"disabled", disabled}}, s.eventFlagsSource)},
                   {"item4", item((int)(uint16_t)s.item4, s.item4Source)}};
     j = {{"refreshTime", jsonNumber(stamp)},

@@ -43,12 +43,6 @@ bool parseHex(const std::string& text, std::vector<char>* out, std::string* erro
     return true;
 }
 
-std::string hexByte(uint8_t value)
-{
-    char c = (char)value;
-    return hexText(&c, 1);
-}
-
 // ---- frame decode ----
 
 // Walks the bytes as a stream reader does after the end of input: a valid

@@ -17,17 +17,6 @@
 
 namespace {
 
-std::string hexOf(const uint8_t* bytes, int n)
-{
-    std::string out;
-    char buf[4];
-    for (int i = 0; i < n; ++i) {
-        snprintf(buf, sizeof buf, "%02x", bytes[i]);
-        out += buf;
-    }
-    return out;
-}
-
 std::string position(const GeoCoordinates& g)
 {
     return fixed(g.latitude, 7) + " " + withoutControls(std::string(1, g.latHemisphere)) + " " + fixed(g.longitude, 7) +
@@ -81,9 +70,9 @@ void printNode(const LMNodeExtend& node)
         }
         for (const auto& laneEntry : link.lanes) {
             const LMLaneExtend& lane = laneEntry.second;
-            std::cout << "    lane " << (unsigned)laneEntry.first << " (bits " << hexOf(lane.laneBitsA, 2) << " "
-                      << hexOf(lane.laneBitsB, 2) << " type " << (unsigned)lane.laneTypeCode << " "
-                      << hexOf(lane.laneBitsC, 2) << "): " << lane.points.size() << " points, movements "
+            std::cout << "    lane " << (unsigned)laneEntry.first << " (bits " << hexText(lane.laneBitsA, 2) << " "
+                      << hexText(lane.laneBitsB, 2) << " type " << (unsigned)lane.laneTypeCode << " "
+                      << hexText(lane.laneBitsC, 2) << "): " << lane.points.size() << " points, movements "
                       << movementsText(lane.movements) << "\n";
         }
     }

@@ -123,17 +123,6 @@ int showTrace(const ToolArgs& args)
 
 // ---- the vehicle status ----
 
-std::string hexBytes(const uint8_t* bytes, int n)
-{
-    std::string out;
-    char buf[4];
-    for (int i = 0; i < n; ++i) {
-        snprintf(buf, sizeof buf, "%02x", bytes[i]);
-        out += (i ? " " : "") + std::string(buf);
-    }
-    return out;
-}
-
 // One item of the status: its name, its value as text, its source marker.
 struct StatusItem {
     std::string name;
@@ -164,7 +153,7 @@ std::vector<StatusItem> statusItems(const VehStatus& s)
          "longitudinal " + std::to_string(lon) + ", lateral " + std::to_string(lat) + ", vertical " +
              std::to_string(vert) + ", yaw rate " + std::to_string(yaw),
          s.accelSetSource},
-        {"brakes", hexBytes(brakeBytes, sizeof brakeBytes), s.brakesSource},
+        {"brakes", hexText(brakeBytes, sizeof brakeBytes, " "), s.brakesSource},
         {"eventFlags", std::string("0x") + eventHex + (disabled ? " (disabled vehicle)" : ""), s.eventFlagsSource},
         {"item4", std::to_string((uint16_t)s.item4), s.item4Source},
     };
