@@ -7,27 +7,26 @@
 // lock. The supervisor replaces every dead worker and checks all the time:
 //   - no operation is in flight for more than 2 s (nobody waits on a lock a
 //     dead process held);
-//   - an acknowledged configuration insert is never lost;
+//   - an acknowledged configuration insert is never lost, even when a writer
+//     was killed inside an insert;
 //   - no list holds more than its capacity and every image decodes;
 //   - the device-wide participant identifier never repeats within a wrap;
 //   - the consistency check of every list stays clean, and is at the end.
 // The message totals are raised before the sender's row, so a kill between
 // the two leaves them out of step: that known trace is counted apart, not as
-// a violation. A kill inside a configuration insert must lose nothing.
+// a violation.
 // Workers stamp their operations and report what they find in a monitoring
 // area: an anonymous shared mapping made before the first fork, so that no
 // kill can leave it locked and it is no list of the unit.
 //
 // Run it in a private IPC namespace (unshare --ipc --map-root-user): it owns
 // the lists under their fixed keys. Exit 0 only with no violation.
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdint>
@@ -68,19 +67,21 @@
 namespace {
 
 constexpr int MAX_WORKERS = 64;
+constexpr int MAX_KINDS = 32;
 constexpr int CONFIG_KEYS = 100;  // below the list's 128 entries: every insert must be taken
 constexpr int MAX_NOTES = 20;     // violations kept word for word; later ones are only counted
 constexpr int NOTE_LEN = 200;
-constexpr int64_t OP_LIMIT_NS = 2000000000;  // longest an operation may take, lock wait included
-constexpr int ID_WRAP = 65535;               // draws within which an identifier may not repeat
-constexpr int TARGET_KEY = 77502;            // the target list the tool and the check know
+constexpr int64_t SECOND_NS = 1000000000;
+constexpr int64_t OP_LIMIT_NS = 2 * SECOND_NS;  // longest an operation may take, lock wait included
+constexpr int ID_WRAP = 65535;                  // draws within which an identifier may not repeat
+constexpr int TARGET_KEY = 77502;               // the target list the tool and the check know
 constexpr int COMM_KEY = 77601, COMM_SUM_KEY = 77602;
 
 int64_t nowNs()
 {
     timespec ts;
     clock_gettime(CLOCK_MONOTONIC, &ts);
-    return (int64_t)ts.tv_sec * 1000000000 + ts.tv_nsec;
+    return (int64_t)ts.tv_sec * SECOND_NS + ts.tv_nsec;
 }
 
 // ---- the monitoring area ----
@@ -88,32 +89,25 @@ int64_t nowNs()
 struct WorkerSlot {
     std::atomic<int32_t> pid;      // 0 while no worker runs in the slot
     std::atomic<int64_t> opStart;  // CLOCK_MONOTONIC ns at the start of the current op; 0 between ops
-    std::atomic<int32_t> opKind;   // index in the kind table of the current op
+    std::atomic<int32_t> opKind;   // index in KINDS of the current op
     std::atomic<int32_t> inLock;   // a Lock while inside a list's lock (the callback runs); 0 outside
 };
-
-constexpr int MAX_KINDS = 32;
 
 // Zeroed by mmap: every counter starts at 0.
 struct Monitor {
     WorkerSlot slots[MAX_WORKERS];
     std::atomic<int32_t> stop;
     std::atomic<uint64_t> ops[MAX_KINDS];
-    std::atomic<uint64_t> kills;        // SIGKILLs the killer sent
-    std::atomic<uint64_t> lockedKills;  // of those, to a worker inside a lock
     std::atomic<uint32_t> violations;
     std::atomic<uint32_t> noteCount;
     char notes[MAX_NOTES][NOTE_LEN];
     std::atomic<uint32_t> configAcked[CONFIG_KEYS];  // 1 once an insert of the key was acknowledged
-    std::atomic<uint32_t> configRewriteKills;  // kills inside a config insert's lock
-    std::atomic<uint32_t> commSumKills;        // kills inside the message totals' lock
-    std::atomic<uint32_t> idSeen[65536];       // draws of each identifier
+    std::atomic<uint32_t> idSeen[65536];             // draws of each identifier
     std::atomic<uint64_t> idDraws;
 };
 
-// Where a worker is: the lists updated in place in several steps are told
-// apart, for a kill inside them leaves a known trace (see the checks).
-enum Lock { OUTSIDE = 0, IN_LIST = 1, IN_CONFIG_INSERT = 2, IN_COMM_SUM = 3 };
+// Where a worker is: a kill inside the totals' lock leaves a known trace.
+enum Lock { OUTSIDE = 0, IN_LIST = 1, IN_COMM_SUM = 2 };
 
 Monitor* mon = nullptr;
 WorkerSlot* mySlot = nullptr;  // the worker's own slot
@@ -144,13 +138,20 @@ void violation(const char* format, ...)
 
 // Runs a list callback with the worker marked as inside the lock, so that
 // the killer can aim at that moment.
-template <int (*FN)(void*, void*), Lock WHERE = IN_LIST>
+template <int (*FN)(void*, void*), Lock WHERE>
 int marked(void* shm, void* arg)
 {
     mySlot->inLock.store(WHERE);
     int rc = FN(shm, arg);
-    mySlot->inLock.store(0);
+    mySlot->inLock.store(OUTSIDE);
     return rc;
+}
+
+// Runs FN on `mng`'s list under its lock; FN's return code.
+template <int (*FN)(void*, void*), Lock WHERE = IN_LIST, typename Mng>
+int locked(Mng& mng, void* arg)
+{
+    return mng.operateSHMNotSafe(marked<FN, WHERE>, arg);
 }
 
 // ---- workers ----
@@ -200,25 +201,11 @@ struct Worker {
     }
 };
 
-void expect(bool ok, const Worker& w, const char* list, const char* what, int rc)
+// A read of the list that succeeds and finds at most `capacity` records.
+template <typename Mng, typename Local>
+bool readWithin(Mng& mng, const Local& local, size_t capacity)
 {
-    if (!ok) {
-        violation("%s: %s (rc %d, worker %d)", list, what, rc, w.index);
-    }
-}
-
-size_t nothingHeld() { return 0; }
-
-// One operation on a list: `write` in `writes` of `of` picks, else a read.
-// Both must succeed, and a read must find at most `capacity` records (`held`).
-template <typename Mng, typename Write, typename Held = size_t (*)()>
-void writeOrRead(Worker& w, const char* name, Mng& mng, int writes, int of, Write write, Held held = nothingHeld,
-                 size_t capacity = 0)
-{
-    bool writing = w.pick(of) < writes;
-    int rc = writing ? write() : mng.update();
-    expect(rc == 1 && (writing || held() <= capacity), w, name,
-           writing ? "write failed" : "read failed or over capacity", rc);
+    return mng.update() == 1 && local.size() <= capacity;
 }
 
 std::string configKey(int k)
@@ -226,220 +213,91 @@ std::string configKey(int k)
     return "soak.key." + std::to_string(k);
 }
 
-// An acknowledged insert missing from a read of the list: a violation, even
-// when a writer was killed inside an insert.
-void configMissing(int k, const char* where)
+// Reads the list: it must hold at most its capacity and every insert
+// acknowledged before the read began.
+bool readConfig(DevConfigMng& config, const char* where)
 {
-    violation("config: acknowledged insert of %s lost, seen by %s", configKey(k).c_str(), where);
-}
-
-void opConfig(Worker& w)
-{
-    if (w.pick(10) < 6) {
-        int k = w.pick(CONFIG_KEYS);
-        ConfigInfo entry;
-        int32_t value = (int32_t)w.rng();
-        entry.setValue(configKey(k).c_str(), ConfigInfo::FOUR_BYTES, &value);
-        int rc = w.config.operateSHMNotSafe(marked<DevConfigMng::insertConfig2SHM, IN_CONFIG_INSERT>, &entry);
-        expect(rc == 1, w, "config", "insert refused", rc);
-        if (rc == 1) {
-            mon->configAcked[k].store(1);
-        }
-        return;
-    }
-    // Inserts acknowledged before this read began must all be in it.
     uint32_t acked[CONFIG_KEYS];
     for (int k = 0; k < CONFIG_KEYS; ++k) {
         acked[k] = mon->configAcked[k].load();
     }
-    int rc = w.config.update();
-    expect(rc == 1, w, "config", "update failed", rc);
-    expect(w.config.configs.size() <= (size_t)DevConfigListInShm::capacity, w, "config", "over capacity",
-           (int)w.config.configs.size());
-    for (int k = 0; k < CONFIG_KEYS && rc == 1; ++k) {
-        if (acked[k] != 0 && w.config.configs.count(configKey(k)) == 0) {
-            configMissing(k, "a worker's read");
+    if (!readWithin(config, config.configs, DevConfigListInShm::capacity)) {
+        return false;
+    }
+    for (int k = 0; k < CONFIG_KEYS; ++k) {
+        if (acked[k] != 0 && config.configs.count(configKey(k)) == 0) {
+            violation("config: acknowledged insert of %s lost, seen by %s", configKey(k).c_str(), where);
         }
     }
+    return true;
 }
 
-void opProcs(Worker& w)
+bool insertConfig(Worker& w)
 {
-    auto feed = [&w] {
-        ProcFeedBlock block = {};
-        snprintf(block.procName, sizeof block.procName, "soak%d", w.pick(80));
-        return w.procs.operateSHMNotSafe(marked<DevProcListMng::refreshProcInList>, &block);
-    };
-    writeOrRead(w, "procs", w.procs, 2, 3, feed, [&w] { return w.procs.procs.size(); }, DevProcListInShm::capacity);
-}
-
-void opGNSS(Worker& w)
-{
-    writeOrRead(w, "gnss", w.gnss, 1, 2, [&w] {
-        w.gnss.gnss = w.fix();
-        return w.gnss.commit();
-    });
-}
-
-void opVehicle(Worker& w)
-{
-    writeOrRead(w, "vehicle", w.vehicle, 1, 2, [&w] {
-        int disabled = w.pick(2);
-        return w.vehicle.operateSHMNotSafe(marked<VehStatusMng::setVehDisabledInSHM>, &disabled);
-    });
-}
-
-void opTrace(Worker& w)
-{
-    writeOrRead(w, "trace", w.trace, 2, 3, [&w] {
-        GNSS g = w.fix();
-        return w.trace.operateSHMNotSafe(marked<VehTraceMng::insertOneGNSS2Trace>, &g);
-    });
-}
-
-void opUI(Worker& w)
-{
-    UIClient client(("ui" + std::to_string(w.pick(80))).c_str(), "soak", UIClient::UI_CLIENT_DEFAULT);
-    switch (w.pick(3)) {
-    case 0:
-        w.ui.operateSHMNotSafe(marked<DevUIClientMng::insert1Client>, &client);  // -1 when full
-        break;
-    case 1:
-        w.ui.operateSHMNotSafe(marked<DevUIClientMng::delete1Client>, &client);  // -1 when not listed
-        break;
-    default:
-        int rc = w.ui.update();
-        expect(rc == 1 && w.ui.clients.size() <= (size_t)DevUIClientListInShm::capacity, w, "ui",
-               "read failed or over capacity", rc);
+    int k = w.pick(CONFIG_KEYS);
+    ConfigInfo entry;
+    int32_t value = (int32_t)w.rng();
+    entry.setValue(configKey(k).c_str(), ConfigInfo::FOUR_BYTES, &value);
+    if (locked<DevConfigMng::insertConfig2SHM>(w.config, &entry) != 1) {
+        return false;
     }
+    mon->configAcked[k].store(1);
+    return true;
 }
 
-void opGivenId(Worker& w)
+// Notes an identifier drawn from the device-wide counter.
+bool noteId(uint16_t id)
 {
-    uint16_t id = 0;
-    if (w.pick(2) == 0) {
-        int rc = w.givenId.operateSHMNotSafe(marked<DevPTCGivenIDMng::getNextID>, &id);
-        expect(rc == 1, w, "givenid", "draw failed", rc);
-    } else {
-        id = w.givenId.getPTCGivenID();
-    }
     mon->idSeen[id].fetch_add(1);
     mon->idDraws.fetch_add(1);
+    return true;
 }
 
-// A participant list: insert or refresh a record, age the list, or read it.
-template <typename Mng, typename Rec>
-void participants(Worker& w, const char* name, Mng& mng, std::vector<Rec> Mng::*local, Rec rec)
+// A client listed or unlisted: -1 (full, not listed) is no fault.
+bool touchClient(Worker& w)
 {
-    int rc;
-    switch (w.pick(4)) {
-    case 0:
-    case 1:
-        rec.gnss = w.fix();
-        rc = mng.operateSHMNotSafe(marked<Mng::insertUpdateList>, &rec);  // -1 when full
-        expect(rc != 0, w, name, "insert failed", rc);
-        break;
-    case 2:
-        rc = mng.operateSHMNotSafe(marked<Mng::refreshList>, nullptr);
-        expect(rc >= 0, w, name, "refresh failed", rc);
-        break;
-    default:
-        rc = mng.update();
-        // The list may hold one record past its array.
-        expect(rc == 1 && (mng.*local).size() <= (size_t)Mng::CAPACITY + 1, w, name, "read failed or over capacity",
-               rc);
+    UIClient client(("ui" + std::to_string(w.pick(80))).c_str(), "soak", UIClient::UI_CLIENT_DEFAULT);
+    if (w.pick(2) == 0) {
+        locked<DevUIClientMng::insert1Client>(w.ui, &client);
+    } else {
+        locked<DevUIClientMng::delete1Client>(w.ui, &client);
     }
+    return true;
 }
 
-void opPTC(Worker& w)
+// A participant inserted or refreshed; -1 (full) is no fault.
+template <typename Mng, typename Rec>
+bool insertParticipant(Worker& w, Mng& mng, Rec rec)
 {
-    PTC rec;
-    rec.ptcID = (uint16_t)w.pick(300);
-    rec.source = 1;
-    strcpy(rec.sourceID, "soak");
-    participants(w, "ptc", w.ptc, &PTCListMng::ptcs, rec);
+    rec.gnss = w.fix();
+    return locked<Mng::insertUpdateList>(mng, &rec) != 0;
 }
 
-void opOBU(Worker& w)
+// A round of insertTgt (at times more than the list holds) published whole.
+template <typename Mng, typename... Extra>
+bool publishTargets(Worker& w, Mng& mng, int most, Extra... extra)
 {
-    OBU rec;
-    snprintf(rec.id, sizeof rec.id, "obu%d", w.pick(300));
-    participants(w, "obu", w.obu, &PtcOBUListMng::obus, rec);
+    GNSS own = w.fix();
+    for (int n = w.pick(most); n > 0; --n) {
+        PTC p;
+        p.gnss = w.fix();
+        mng.insertTgt(own, &p, extra..., (unsigned char)w.pick(4), &p.vehClass);
+    }
+    return mng.commit() == 1;
 }
 
-void opRSU(Worker& w)
-{
-    RSU rec;
-    snprintf(rec.id, sizeof rec.id, "rsu%d", w.pick(150));
-    participants(w, "rsu", w.rsu, &PtcRSUListMng::rsus, rec);
-}
-
-// Targets and collisions: a round of insertTgt published whole (at times
-// more than the list holds), or a read.
-void opTargets(Worker& w)
-{
-    auto round = [&w] {
-        GNSS own = w.fix();
-        w.targets.targets.clear();
-        for (int n = w.pick(80); n > 0; --n) {
-            PTC p;
-            p.gnss = w.fix();
-            w.targets.insertTgt(own, &p, (unsigned char)w.pick(4), &p.vehClass);
-        }
-        return w.targets.commit();
-    };
-    writeOrRead(w, "targets", w.targets, 1, 2, round, [&w] { return w.targets.targets.size(); }, TargetMng::CAPACITY);
-}
-
-void opCollisions(Worker& w)
-{
-    auto round = [&w] {
-        GNSS own = w.fix();
-        w.collisions.collisions.clear();
-        for (int n = w.pick(300); n > 0; --n) {
-            PTC p;
-            p.gnss = w.fix();
-            w.collisions.insertTgt(own, &p, w.uniform(0, 10), w.uniform(0, 6.28), w.uniform(0, 300),
-                                   (unsigned char)w.pick(4), &p.vehClass);
-        }
-        return w.collisions.commit();
-    };
-    writeOrRead(w, "collisions", w.collisions, 1, 2, round, [&w] { return w.collisions.collisions.size(); },
-                TgtCollisionMng::CAPACITY);
-}
-
-// The map, light and RSI lists: merge what the writer's message decodes to,
-// age the list, or read it back (every image must decode).
+// Decodes the writer's message as a receiving process does.
 template <typename Mng>
-int decoded(Mng& mng, const std::vector<char>& message)
+bool decodes(Mng& mng, const std::vector<char>& message)
 {
     int pos = 0;
-    return mng.DeSerialize(message.data(), &pos, (int)message.size()) == (int)message.size() ? 1 : -1;
+    return mng.DeSerialize(message.data(), &pos, (int)message.size()) == (int)message.size();
 }
 
-template <typename Mng>
-void imageList(Worker& w, const char* name, Mng& mng, int (*insert)(Worker&))
+bool insertNodes(Worker& w)
 {
-    int rc;
-    switch (w.pick(3)) {
-    case 0:
-        rc = insert(w);
-        expect(rc == 1, w, name, "insert failed", rc);
-        break;
-    case 1:
-        rc = mng.operateSHMNotSafe(marked<Mng::refreshList>, nullptr);
-        expect(rc == 1, w, name, "refresh failed", rc);
-        break;
-    default:
-        rc = mng.update();
-        expect(rc == 1, w, name, "image does not decode", rc);
-    }
-}
-
-int insertNodes(Worker& w)
-{
-    if (decoded(w.map, mapMessage) != 1) {
-        return -2;
+    if (!decodes(w.map, mapMessage)) {
+        return false;
     }
     for (auto& node : w.map.nodes) {
         for (auto& link : node.second.links) {
@@ -447,152 +305,178 @@ int insertNodes(Worker& w)
         }
     }
     std::map<int64_t, LMNodeExtend> incoming = w.map.nodes;
-    return w.map.operateSHMNotSafe(marked<LMNodeListMng::insertUpdateList>, &incoming);
+    return locked<LMNodeListMng::insertUpdateList>(w.map, &incoming) == 1;
 }
 
-int insertLights(Worker& w)
+bool insertLights(Worker& w)
 {
-    if (decoded(w.lights, lightMessage) != 1) {
-        return -2;
+    if (!decodes(w.lights, lightMessage)) {
+        return false;
     }
     std::map<int64_t, LMTrafficLightExtend> incoming = w.lights.lights;
-    return w.lights.operateSHMNotSafe(marked<LMTLListMng::insertUpdateList>, &incoming);
+    return locked<LMTLListMng::insertUpdateList>(w.lights, &incoming) == 1;
 }
 
-int insertRSI(Worker& w)
+// Each worker is a source of its own, so records are both added and updated.
+bool insertRSI(Worker& w)
 {
-    if (decoded(w.rsi, rsiMessage) != 1) {
-        return -2;
+    if (!decodes(w.rsi, rsiMessage)) {
+        return false;
     }
-    // Each worker is a source of its own, so records are both added and updated.
     for (LMRSIExtend& rec : w.rsi.records) {
         snprintf(rec.sourceID, sizeof rec.sourceID, "soak%d", w.pick(MAX_WORKERS));
     }
     if (w.pick(2) == 0) {
-        return w.rsi.operateSHMNotSafe(marked<LMRSIListMng::insertUpdateList>, &w.rsi.records[0]);
+        return locked<LMRSIListMng::insertUpdateList>(w.rsi, &w.rsi.records[0]) == 1;
     }
     std::vector<LMRSIExtend> incoming = w.rsi.records;
-    return w.rsi.operateSHMNotSafe(marked<LMRSIListMng::insertUpdateListMulti>, &incoming);
+    return locked<LMRSIListMng::insertUpdateListMulti>(w.rsi, &incoming) == 1;
 }
 
-void opMap(Worker& w) { imageList(w, "map", w.map, insertNodes); }
-void opLights(Worker& w) { imageList(w, "lights", w.lights, insertLights); }
-void opRSI(Worker& w) { imageList(w, "rsi", w.rsi, insertRSI); }
-
-// The message ring and its totals, as the logging process feeds them.
-void opComm(Worker& w)
+// A message logged as the logging process does: the ring, then the totals.
+bool logMessage(Worker& w)
 {
-    int rc;
-    if (w.pick(3) > 0) {
-        CommInfo info;
-        info.commType = 1 + w.pick(3);  // 3: not counted in the totals
-        info.peerId = w.pick(48);       // within the totals' 64 peers: their rows stay checked
-        info.length = (uint32_t)w.pick(1500);
-        info.refreshTime();
-        rc = w.comm.operateSHMNotSafe(marked<CommRecordMng::insertOneInfo2Record>, &info);
-        expect(rc == 1, w, "comm", "insert failed", rc);
-        rc = w.commSum.operateSHMNotSafe(marked<CommSumMng::addOneCommRecord, IN_COMM_SUM>, &info);
-        expect(rc >= 0, w, "commsum", "add failed", rc);
-    } else {
-        rc = w.comm.update();
-        expect(rc == 1, w, "comm", "update failed", rc);
-        rc = w.commSum.update();
-        expect(rc == 1, w, "commsum", "update failed", rc);
-    }
+    CommInfo info;
+    info.commType = 1 + w.pick(3);  // 3: not counted in the totals
+    info.peerId = w.pick(48);       // within the totals' 64 peers: their rows stay checked
+    info.length = (uint32_t)w.pick(1500);
+    info.refreshTime();
+    bool ring = locked<CommRecordMng::insertOneInfo2Record>(w.comm, &info) == 1;
+    return locked<CommSumMng::addOneCommRecord, IN_COMM_SUM>(w.commSum, &info) >= 0 && ring;
 }
 
-// Results published whole by the evaluating process: commit more than the
-// list holds at times, or read back.
+// Results published whole by the evaluating process, at times more than the list holds.
 template <typename Mng, typename Rec>
-void results(Worker& w, const char* name, Mng& mng, std::vector<Rec>& local, size_t capacity)
+bool publishResults(Worker& w, Mng& mng, std::vector<Rec>& local, int capacity)
 {
-    auto publish = [&] {
-        local.assign((size_t)w.pick((int)capacity + 4), Rec());
-        return mng.commit();
-    };
-    writeOrRead(w, name, mng, 1, 2, publish, [&local] { return local.size(); }, capacity);
+    local.assign((size_t)w.pick(capacity + 4), Rec());
+    return mng.commit() == 1;
 }
 
-void opPhaseResult(Worker& w)
-{
-    results(w, "phaseresult", w.phaseResult, w.phaseResult.phaseResults, LMTLPhaseListInShm::capacity);
-}
-
-void opRSIResult(Worker& w)
-{
-    results(w, "rsiresult", w.rsiResult, w.rsiResult.rsiResults, LMRSIListInShm::capacity);
-}
-
-void opLocation(Worker& w)
-{
-    writeOrRead(w, "location", w.location, 1, 2, [&w] {
-        w.location.mapRes.nodeId = SampleIntersection::CENTRE_NODE;
-        w.location.mapRes.dis2StopLine = w.uniform(0, 200);
-        return w.location.commit();
-    });
-}
+// One operation of a list kind: true when it did what the list promises.
+struct Op {
+    int weight;  // chances in the kind's sum of weights
+    bool (*run)(Worker&);
+    const char* failure;
+};
 
 struct ListKind {
     const char* name;  // as the check and the tool call the list
-    void (*run)(Worker&);
+    std::vector<Op> ops;
 };
 
-// Every list kind with its mix of operations. The comm kind feeds the ring and its totals.
+const char* const READ = "read failed or over capacity";
+using W = Worker&;
+
+// Every list kind with its mix of operations. A participant list may hold
+// one record past its array. The comm kind feeds the ring and its totals.
 const ListKind KINDS[] = {
-    {"procs", opProcs},     {"config", opConfig},   {"gnss", opGNSS},         {"ui", opUI},
-    {"givenid", opGivenId}, {"obu", opOBU},         {"rsu", opRSU},           {"ptc", opPTC},
-    {"vehicle", opVehicle}, {"trace", opTrace},     {"map", opMap},           {"lights", opLights},
-    {"rsi", opRSI},         {"collisions", opCollisions}, {"targets", opTargets}, {"location", opLocation},
-    {"rsiresult", opRSIResult}, {"phaseresult", opPhaseResult}, {"comm", opComm},
+    {"procs",
+     {{2, [](W w) {
+           ProcFeedBlock block = {};
+           snprintf(block.procName, sizeof block.procName, "soak%d", w.pick(80));
+           return locked<DevProcListMng::refreshProcInList>(w.procs, &block) == 1;
+       }, "feed failed"},
+      {1, [](W w) { return readWithin(w.procs, w.procs.procs, DevProcListInShm::capacity); }, READ}}},
+    {"config", {{6, insertConfig, "insert refused"}, {4, [](W w) { return readConfig(w.config, "a worker's read"); }, READ}}},
+    {"gnss",
+     {{1, [](W w) { w.gnss.gnss = w.fix(); return w.gnss.commit() == 1; }, "write failed"},
+      {1, [](W w) { return w.gnss.update() == 1; }, READ}}},
+    {"ui", {{2, touchClient, ""}, {1, [](W w) { return readWithin(w.ui, w.ui.clients, DevUIClientListInShm::capacity); }, READ}}},
+    {"givenid",
+     {{1, [](W w) { uint16_t id = 0; int rc = locked<DevPTCGivenIDMng::getNextID>(w.givenId, &id);
+           return noteId(id) && rc == 1; }, "draw failed"},
+      {1, [](W w) { return noteId(w.givenId.getPTCGivenID()); }, ""}}},
+    {"obu",
+     {{2, [](W w) { OBU rec; snprintf(rec.id, sizeof rec.id, "obu%d", w.pick(300));
+           return insertParticipant(w, w.obu, rec); }, "insert failed"},
+      {1, [](W w) { return locked<PtcOBUListMng::refreshList>(w.obu, nullptr) >= 0; }, "refresh failed"},
+      {1, [](W w) { return readWithin(w.obu, w.obu.obus, PtcOBUListMng::CAPACITY + 1); }, READ}}},
+    {"rsu",
+     {{2, [](W w) { RSU rec; snprintf(rec.id, sizeof rec.id, "rsu%d", w.pick(150));
+           return insertParticipant(w, w.rsu, rec); }, "insert failed"},
+      {1, [](W w) { return locked<PtcRSUListMng::refreshList>(w.rsu, nullptr) >= 0; }, "refresh failed"},
+      {1, [](W w) { return readWithin(w.rsu, w.rsu.rsus, PtcRSUListMng::CAPACITY + 1); }, READ}}},
+    {"ptc",
+     {{2, [](W w) { PTC rec; rec.ptcID = (uint16_t)w.pick(300); rec.source = 1; strcpy(rec.sourceID, "soak");
+           return insertParticipant(w, w.ptc, rec); }, "insert failed"},
+      {1, [](W w) { return locked<PTCListMng::refreshList>(w.ptc, nullptr) >= 0; }, "refresh failed"},
+      {1, [](W w) { return readWithin(w.ptc, w.ptc.ptcs, PTCListMng::CAPACITY + 1); }, READ}}},
+    {"vehicle",
+     {{1, [](W w) { int disabled = w.pick(2);
+           return locked<VehStatusMng::setVehDisabledInSHM>(w.vehicle, &disabled) == 1; }, "write failed"},
+      {1, [](W w) { return w.vehicle.update() == 1; }, READ}}},
+    {"trace",
+     {{2, [](W w) { GNSS g = w.fix(); return locked<VehTraceMng::insertOneGNSS2Trace>(w.trace, &g) == 1; },
+       "write failed"},
+      {1, [](W w) { return w.trace.update() == 1; }, READ}}},
+    {"map",
+     {{1, insertNodes, "insert failed"},
+      {1, [](W w) { return locked<LMNodeListMng::refreshList>(w.map, nullptr) == 1; }, "refresh failed"},
+      {1, [](W w) { return w.map.update() == 1; }, "image does not decode"}}},
+    {"lights",
+     {{1, insertLights, "insert failed"},
+      {1, [](W w) { return locked<LMTLListMng::refreshList>(w.lights, nullptr) == 1; }, "refresh failed"},
+      {1, [](W w) { return w.lights.update() == 1; }, "image does not decode"}}},
+    {"rsi",
+     {{1, insertRSI, "insert failed"},
+      {1, [](W w) { return locked<LMRSIListMng::refreshList>(w.rsi, nullptr) == 1; }, "refresh failed"},
+      {1, [](W w) { return w.rsi.update() == 1; }, "image does not decode"}}},
+    {"collisions",
+     {{1, [](W w) { w.collisions.collisions.clear();
+           return publishTargets(w, w.collisions, 300, w.uniform(0, 10), w.uniform(0, 6.28), w.uniform(0, 300)); },
+       "write failed"},
+      {1, [](W w) { return readWithin(w.collisions, w.collisions.collisions, TgtCollisionMng::CAPACITY); }, READ}}},
+    {"targets",
+     {{1, [](W w) { w.targets.targets.clear(); return publishTargets(w, w.targets, 80); }, "write failed"},
+      {1, [](W w) { return readWithin(w.targets, w.targets.targets, TargetMng::CAPACITY); }, READ}}},
+    {"location",
+     {{1, [](W w) { w.location.mapRes.nodeId = SampleIntersection::CENTRE_NODE;
+           w.location.mapRes.dis2StopLine = w.uniform(0, 200); return w.location.commit() == 1; }, "write failed"},
+      {1, [](W w) { return w.location.update() == 1; }, READ}}},
+    {"rsiresult",
+     {{1, [](W w) { return publishResults(w, w.rsiResult, w.rsiResult.rsiResults, LMRSIListInShm::capacity); },
+       "write failed"},
+      {1, [](W w) { return readWithin(w.rsiResult, w.rsiResult.rsiResults, LMRSIListInShm::capacity); }, READ}}},
+    {"phaseresult",
+     {{1, [](W w) { return publishResults(w, w.phaseResult, w.phaseResult.phaseResults,
+                                         LMTLPhaseListInShm::capacity); }, "write failed"},
+      {1, [](W w) { return readWithin(w.phaseResult, w.phaseResult.phaseResults, LMTLPhaseListInShm::capacity); },
+       READ}}},
+    {"comm",
+     {{2, logMessage, "insert into the ring or the totals failed"},
+      {1, [](W w) { return w.comm.update() == 1 && w.commSum.update() == 1; }, "ring or totals read failed"}}},
 };
 const int KIND_COUNT = sizeof KINDS / sizeof KINDS[0];
 static_assert(sizeof KINDS / sizeof KINDS[0] <= MAX_KINDS, "monitor holds too few kinds");
+
+// One operation of a random kind, stamped for the supervisor's 2 s watch.
+void runOp(Worker& w)
+{
+    int kind = w.pick(KIND_COUNT);
+    mySlot->opKind.store(kind);
+    mySlot->opStart.store(nowNs());
+    const std::vector<Op>& ops = KINDS[kind].ops;
+    int total = 0;
+    for (const Op& op : ops) {
+        total += op.weight;
+    }
+    size_t i = 0;
+    for (int chance = w.pick(total); chance >= ops[i].weight; chance -= ops[i++].weight) {
+    }
+    if (!ops[i].run(w)) {
+        violation("%s: %s (worker %d)", KINDS[kind].name, ops[i].failure, w.index);
+    }
+    mySlot->opStart.store(0);
+    mon->ops[kind].fetch_add(1);
+}
 
 [[noreturn]] void workerMain(int index, uint32_t seed)
 {
     mySlot = &mon->slots[index];
     Worker w{index, std::mt19937(seed)};
     while (mon->stop.load() == 0) {
-        int kind = w.pick(KIND_COUNT);
-        mySlot->opKind.store(kind);
-        mySlot->opStart.store(nowNs());
-        KINDS[kind].run(w);
-        mySlot->opStart.store(0);
-        mySlot->inLock.store(0);
-        mon->ops[kind].fetch_add(1);
-    }
-    _exit(0);
-}
-
-// Kills a random worker every interval (0.5 to 1.5 times it); every other
-// kill waits a little for the worker to be inside a lock first.
-[[noreturn]] void killerMain(int workers, int intervalMs, uint32_t seed)
-{
-    std::mt19937 rng(seed);
-    while (mon->stop.load() == 0) {
-        usleep((useconds_t)(intervalMs * 500 + rng() % (uint32_t)(intervalMs * 1000 + 1)));
-        WorkerSlot& slot = mon->slots[rng() % (uint32_t)workers];
-        if (rng() % 2 == 0) {
-            for (int spin = 0; spin < 2000 && slot.inLock.load() == 0 && mon->stop.load() == 0; ++spin) {
-                usleep(10);
-            }
-        }
-        int32_t pid = slot.pid.load();
-        // A kill inside a config insert is counted before it lands, so that
-        // no read can see its loss first; the slot is looked at again once
-        // the worker is surely dead, for one that entered a lock meanwhile.
-        bool inConfig = slot.inLock.load() == IN_CONFIG_INSERT;
-        if (inConfig) {
-            mon->configRewriteKills.fetch_add(1);
-        }
-        if (pid > 0 && mon->stop.load() == 0 && kill(pid, SIGKILL) == 0) {
-            mon->kills.fetch_add(1);
-            usleep(1000);
-            int32_t where = slot.inLock.load();
-            mon->lockedKills.fetch_add(where != OUTSIDE ? 1 : 0);
-            mon->configRewriteKills.fetch_add(where == IN_CONFIG_INSERT && !inConfig ? 1 : 0);
-            mon->commSumKills.fetch_add(where == IN_COMM_SUM ? 1 : 0);
-        }
+        runOp(w);
     }
     _exit(0);
 }
@@ -602,21 +486,18 @@ static_assert(sizeof KINDS / sizeof KINDS[0] <= MAX_KINDS, "monitor holds too fe
 struct Options {
     int seconds = 20;
     int workers = 8;
-    uint32_t seed = 1;
+    int seed = 1;
     int killIntervalMs = 100;
 };
 
-pid_t killerPid = 0;
+uint64_t kills = 0, lockedKills = 0, commSumKills = 0;  // SIGKILLs sent; inside a lock; inside the totals'
 
 void killEverything()
 {
-    for (int i = 0; i < MAX_WORKERS; ++i) {
-        if (mon->slots[i].pid.load() > 0) {
-            kill(mon->slots[i].pid.load(), SIGKILL);
+    for (const WorkerSlot& slot : mon->slots) {
+        if (slot.pid.load() > 0) {
+            kill(slot.pid.load(), SIGKILL);
         }
-    }
-    if (killerPid > 0) {
-        kill(killerPid, SIGKILL);
     }
 }
 
@@ -630,100 +511,98 @@ void onDeadline(int)
     _exit(3);
 }
 
-pid_t spawnWorker(int index, uint32_t seed)
+void spawnWorker(int index, uint32_t seed)
 {
     WorkerSlot& slot = mon->slots[index];
     slot.opStart.store(0);
-    slot.inLock.store(0);
+    slot.inLock.store(OUTSIDE);
     fflush(stdout);
     pid_t pid = fork();
     if (pid == 0) {
         // The managers' progress lines would drown the report.
-        int devNull = open("/dev/null", O_WRONLY);
-        dup2(devNull, STDOUT_FILENO);
+        if (freopen("/dev/null", "w", stdout) == nullptr) {
+            _exit(1);
+        }
         workerMain(index, seed);
     }
     slot.pid.store(pid > 0 ? pid : 0);
-    return pid;
+}
+
+// Waits 0.5 to 1.5 kill intervals and SIGKILLs a random worker; every other
+// kill first waits a little for the worker to be inside a lock.
+void killOne(const Options& o, std::mt19937& rng)
+{
+    usleep((useconds_t)(o.killIntervalMs * 500 + rng() % (uint32_t)(o.killIntervalMs * 1000 + 1)));
+    WorkerSlot& slot = mon->slots[rng() % (uint32_t)o.workers];
+    bool aim = rng() % 2 == 0;
+    for (int spin = 0; aim && spin < 2000 && slot.inLock.load() == OUTSIDE; ++spin) {
+        usleep(10);
+    }
+    int32_t pid = slot.pid.load();
+    if (pid > 0 && kill(pid, SIGKILL) == 0) {
+        usleep(1000);  // the worker is surely dead: where it was stays in its slot
+        int32_t where = slot.inLock.load();
+        ++kills;
+        lockedKills += where != OUTSIDE ? 1 : 0;
+        commSumKills += where == IN_COMM_SUM ? 1 : 0;
+    }
 }
 
 // No identifier may come twice within ID_WRAP draws, so none may have been
 // drawn more often than the wraps the draws span. A worker killed between
-// its draw and its note loses one draw: the killer's count bounds those.
-bool idsRepeat(bool report)
+// its draw and its note loses one draw: the kills bound those.
+void checkIds()
 {
     uint32_t most = 0, which = 0;
     for (uint32_t id = 0; id < 65536; ++id) {
-        uint32_t n = mon->idSeen[id].load();
-        if (n > most) {
-            most = n;
+        if (mon->idSeen[id].load() > most) {
+            most = mon->idSeen[id].load();
             which = id;
         }
     }
-    uint64_t draws = mon->idDraws.load() + mon->kills.load();
-    uint64_t bound = (draws + ID_WRAP - 1) / ID_WRAP;
-    if (most > bound && report) {
+    uint64_t draws = mon->idDraws.load() + kills;
+    if (most > (draws + ID_WRAP - 1) / ID_WRAP) {
         violation("givenid: identifier %u drawn %u times within %llu draws", which, most, (unsigned long long)draws);
     }
-    return most > bound;
-}
-
-// The message totals are raised before the sender's row: a writer killed in
-// between leaves them out of step for good, the known cost of that order.
-bool commSumOutOfStep(const ListCheckResult& r)
-{
-    if (r.name != "commsum" || mon->commSumKills.load() == 0) {
-        return false;
-    }
-    for (const std::string& problem : r.problems) {
-        if (problem.find("totals differ from the sum of the peer rows") == std::string::npos) {
-            return false;
-        }
-    }
-    return true;
 }
 
 // The consistency check of every list; while workers run, only copies taken
-// under the lock count (a busy lock is no fault).
-int damagedLists(bool final, const char* when, bool* commSumStep)
+// under the lock count (a busy lock is no fault). The message totals out of
+// step with their rows after a kill inside them are counted apart.
+void checkLists(bool final, bool* commSumStep)
 {
     ListCheckOptions options;
     options.lockWaitSeconds = final ? 3.0 : 0.5;
-    int damaged = 0;
     for (const ListCheckResult& r : checkLists({}, options)) {
-        bool counts = final || r.locked;
-        if (counts && commSumOutOfStep(r)) {
+        bool outOfStep = r.name == "commsum" && commSumKills > 0 &&
+                         std::all_of(r.problems.begin(), r.problems.end(), [](const std::string& p) {
+                             return p.find("totals differ from the sum of the peer rows") != std::string::npos;
+                         });
+        if ((final || r.locked) && outOfStep) {
             *commSumStep = true;
-        } else if (counts && r.verdict != ListCheckResult::CONSISTENT) {
-            ++damaged;
-            violation("%s: %s by the %s check: %s", r.name.c_str(), verdictName(r.verdict), when,
+        } else if ((final || r.locked) && r.verdict != ListCheckResult::CONSISTENT) {
+            violation("%s: %s by the %s check: %s", r.name.c_str(), verdictName(r.verdict), final ? "final" : "running",
                       r.problems.empty() ? "" : r.problems[0].c_str());
         }
     }
-    return damaged;
 }
 
 bool parseOptions(int argc, char** argv, Options* o)
 {
-    for (int i = 1; i < argc; ++i) {
+    for (int i = 1; i < argc; i += 2) {
         std::string arg = argv[i];
         int* target = arg == "--seconds" ? &o->seconds
                       : arg == "--workers" ? &o->workers
+                      : arg == "--seed" ? &o->seed
                       : arg == "--kill-interval-ms" ? &o->killIntervalMs
                       : nullptr;
-        if (i + 1 >= argc || (target == nullptr && arg != "--seed")) {
-            return false;
-        }
         char* end = nullptr;
-        long value = strtol(argv[++i], &end, 10);
-        if (*end != '\0' || value < (target == nullptr ? 0 : 1) || value > 1000000) {
+        long value = i + 1 < argc ? strtol(argv[i + 1], &end, 10) : -1;
+        if (target == nullptr || end == nullptr || *end != '\0' || value < (target == &o->seed ? 0 : 1) ||
+            value > 1000000) {
             return false;
         }
-        if (target != nullptr) {
-            *target = (int)value;
-        } else {
-            o->seed = (uint32_t)value;
-        }
+        *target = (int)value;
     }
     return o->workers <= MAX_WORKERS;
 }
@@ -749,130 +628,94 @@ int main(int argc, char** argv)
         return 1;
     }
     mon = static_cast<Monitor*>(area);
-
     std::vector<std::unique_ptr<IF_SHM>> owners;
     for (const ListInfo& list : knownLists()) {
         owners.push_back(makeOwnerManager(list));
     }
-    printf("soak: %d s, %d workers, seed %u, a kill every %d ms on average\n", o.seconds, o.workers, o.seed,
+    printf("soak: %d s, %d workers, seed %d, a kill every %d ms on average\n", o.seconds, o.workers, o.seed,
            o.killIntervalMs);
 
     signal(SIGALRM, onDeadline);
     alarm((unsigned)(o.seconds + 120));
-    std::mt19937 rng(o.seed);
+    std::mt19937 rng((uint32_t)o.seed);
     for (int i = 0; i < o.workers; ++i) {
         spawnWorker(i, rng());
     }
-    fflush(stdout);
-    killerPid = fork();
-    if (killerPid == 0) {
-        killerMain(o.workers, o.killIntervalMs, rng());
-    }
-
-    uint64_t reaped = 0;
-    int64_t start = nowNs(), end = start + (int64_t)o.seconds * 1000000000, nextCheck = start + 2000000000;
-    int64_t flagged[MAX_WORKERS] = {};
-    bool idsReported = false;
-    bool commSumStep = false;  // the totals seen out of step after a kill inside them
-    while (true) {
+    int64_t start = nowNs(), end = start + o.seconds * SECOND_NS, nextCheck = start + 2 * SECOND_NS;
+    int64_t flagged[MAX_WORKERS] = {};  // the op start last reported as too long, per slot
+    bool commSumStep = false;           // the totals seen out of step after a kill inside them
+    for (bool running = true; running;) {
         int64_t now = nowNs();
-        bool stopping = now >= end;
-        if (stopping && mon->stop.exchange(1) == 0) {
-            end = now + 30LL * 1000000000;  // time for every process to finish its op and leave
+        if (now >= end && mon->stop.exchange(1) == 0) {
+            end = now + 30 * SECOND_NS;  // time for every worker to finish its op and leave
+        }
+        if (mon->stop.load() == 0) {
+            killOne(o, rng);
+        } else {
+            usleep(20000);
         }
         int status;
-        pid_t pid;
-        while ((pid = waitpid(-1, &status, WNOHANG)) > 0) {
-            bool killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-            bool clean = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-            if (pid == killerPid) {
-                killerPid = 0;
-                if (!clean) {
-                    violation("killer ended with status %d", status);
-                }
-                continue;
-            }
+        for (pid_t pid; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
             for (int i = 0; i < o.workers; ++i) {
                 if (mon->slots[i].pid.load() != pid) {
                     continue;
                 }
                 mon->slots[i].pid.store(0);
-                if (killed) {
-                    ++reaped;
-                } else if (!clean) {
-                    violation("%s: worker %d (pid %d) ended with status %d in an op", KINDS[mon->slots[i].opKind.load()].name,
-                              i, (int)pid, status);
+                if (!(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) &&
+                    !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) {
+                    violation("%s: worker %d ended with status %d in an op", KINDS[mon->slots[i].opKind.load()].name,
+                              i, status);
                 }
                 if (mon->stop.load() == 0) {
                     spawnWorker(i, rng());
                 }
             }
         }
-        bool running = killerPid > 0;
+        running = mon->stop.load() == 0;
         for (int i = 0; i < o.workers; ++i) {
             WorkerSlot& slot = mon->slots[i];
             running = running || slot.pid.load() > 0;
             int64_t began = slot.opStart.load();
             if (slot.pid.load() > 0 && began != 0 && now - began > OP_LIMIT_NS && flagged[i] != began) {
                 flagged[i] = began;
-                violation("%s: op in flight for more than %.1f s (worker %d)", KINDS[slot.opKind.load()].name,
-                          OP_LIMIT_NS / 1e9, i);
+                violation("%s: op in flight for more than 2 s (worker %d)", KINDS[slot.opKind.load()].name, i);
             }
         }
-        if (mon->stop.load() != 0 && !running) {
-            break;
-        }
-        if (mon->stop.load() != 0 && now >= end) {
-            violation("processes still running %d s after the stop; killed", 30);
+        if (running && mon->stop.load() != 0 && now >= end) {
+            violation("processes still running 30 s after the stop; killed");
             killEverything();
             while (wait(nullptr) > 0) {
             }
-            break;
+            running = false;
         }
         if (mon->stop.load() == 0 && now >= nextCheck) {
-            nextCheck = now + 2000000000;
-            damagedLists(false, "running", &commSumStep);
-            if (!idsReported) {
-                idsReported = idsRepeat(true);
-            }
+            nextCheck = now + 2 * SECOND_NS;
+            checkLists(false, &commSumStep);
         }
-        usleep(20000);
     }
     alarm(0);
-    double elapsed = (nowNs() - start) / 1e9;
+    double elapsed = (double)(nowNs() - start) / SECOND_NS;
 
     // What the lists promise, once more with every worker gone.
-    if (!idsReported) {
-        idsRepeat(true);
-    }
+    checkIds();
     DevConfigMng config(false);
-    config.update();
-    for (int k = 0; k < CONFIG_KEYS; ++k) {
-        if (mon->configAcked[k].load() != 0 && config.configs.count(configKey(k)) == 0) {
-            configMissing(k, "the final read");
-        }
+    if (!readConfig(config, "the final read")) {
+        violation("config: the final read failed or found it over capacity");
     }
-    int damaged = damagedLists(true, "final", &commSumStep);
+    checkLists(true, &commSumStep);
 
-    printf("%-12s %10s %10s\n", "list", "ops", "ops/s");
     uint64_t total = 0;
     for (int k = 0; k < KIND_COUNT; ++k) {
-        uint64_t n = mon->ops[k].load();
-        total += n;
-        printf("%-12s %10llu %10.0f\n", KINDS[k].name, (unsigned long long)n, n / elapsed);
+        total += mon->ops[k].load();
+        printf("%-12s %8.0f ops/s\n", KINDS[k].name, mon->ops[k].load() / elapsed);
     }
-    printf("%-12s %10llu %10.0f\n", "all", (unsigned long long)total, total / elapsed);
-    printf("identifiers drawn: %llu\n", (unsigned long long)mon->idDraws.load());
-    printf("kills survived: %llu (%llu inside a lock)\n", (unsigned long long)reaped,
-           (unsigned long long)mon->lockedKills.load());
-    printf("config: %u writers killed inside an insert\n", mon->configRewriteKills.load());
-    printf("commsum: %u writers killed inside an update; totals out of step with the rows: %s\n",
-           mon->commSumKills.load(), commSumStep ? "yes" : "no");
-    printf("final check: %zu lists, %d not consistent\n", knownLists().size(), damaged);
-    uint32_t violations = mon->violations.load();
+    printf("%-12s %8.0f ops/s\n", "all", total / elapsed);
+    printf("kills survived: %llu (%llu inside a lock)\n", (unsigned long long)kills, (unsigned long long)lockedKills);
+    printf("commsum: %llu writers killed inside an update; totals out of step with the rows: %s\n",
+           (unsigned long long)commSumKills, commSumStep ? "yes" : "no");
     for (uint32_t i = 0; i < mon->noteCount.load() && i < MAX_NOTES; ++i) {
         printf("violation: %s\n", mon->notes[i]);
     }
-    printf("violations: %u\n", violations);
-    return violations == 0 ? 0 : 1;
+    printf("violations: %u\n", mon->violations.load());
+    return mon->violations.load() == 0 ? 0 : 1;
 }
