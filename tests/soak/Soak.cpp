@@ -21,6 +21,7 @@
 //
 // Run it in a private IPC namespace (unshare --ipc --map-root-user): it owns
 // the lists under their fixed keys. Exit 0 only with no violation.
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -34,6 +35,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -191,8 +193,6 @@ struct Worker {
         GNSS g;
         g.position.longitude = SampleIntersection::CENTRE_LON + uniform(-0.01, 0.01);
         g.position.latitude = SampleIntersection::CENTRE_LAT + uniform(-0.01, 0.01);
-        g.position.lonHemisphere = 'E';
-        g.position.latHemisphere = 'N';
         g.speed = (float)uniform(0, 30);
         g.heading = (float)uniform(0, 359);
         g.refreshTime();
@@ -201,11 +201,37 @@ struct Worker {
     }
 };
 
-// A read of the list that succeeds and finds at most `capacity` records.
-template <typename Mng, typename Local>
-bool readWithin(Mng& mng, const Local& local, size_t capacity)
+// The manager a pointer to a Worker member names.
+template <auto M>
+using MngOf = std::remove_reference_t<decltype(std::declval<Worker&>().*M)>;
+
+// A read of the list: it succeeds (every image decodes).
+template <auto M>
+bool updateOf(Worker& w)
 {
-    return mng.update() == 1 && local.size() <= capacity;
+    return (w.*M).update() == 1;
+}
+
+// A read of the list that succeeds and finds at most CAP records in LOCAL.
+template <auto M, auto LOCAL, int CAP>
+bool readOf(Worker& w)
+{
+    return (w.*M).update() == 1 && ((w.*M).*LOCAL).size() <= (size_t)CAP;
+}
+
+// The list aged under its lock.
+template <auto M>
+bool refreshOf(Worker& w)
+{
+    return locked<MngOf<M>::refreshList>(w.*M, nullptr) == 1;
+}
+
+// Results published whole by the evaluating process, at times more than the list holds.
+template <auto M, auto LOCAL, int CAP>
+bool publishOf(Worker& w)
+{
+    ((w.*M).*LOCAL).assign((size_t)w.pick(CAP + 4), {});
+    return (w.*M).commit() == 1;
 }
 
 std::string configKey(int k)
@@ -215,17 +241,17 @@ std::string configKey(int k)
 
 // Reads the list: it must hold at most its capacity and every insert
 // acknowledged before the read began.
-bool readConfig(DevConfigMng& config, const char* where)
+bool readConfig(Worker& w, const char* where)
 {
     uint32_t acked[CONFIG_KEYS];
     for (int k = 0; k < CONFIG_KEYS; ++k) {
         acked[k] = mon->configAcked[k].load();
     }
-    if (!readWithin(config, config.configs, DevConfigListInShm::capacity)) {
+    if (!readOf<&Worker::config, &DevConfigMng::configs, DevConfigListInShm::capacity>(w)) {
         return false;
     }
     for (int k = 0; k < CONFIG_KEYS; ++k) {
-        if (acked[k] != 0 && config.configs.count(configKey(k)) == 0) {
+        if (acked[k] != 0 && w.config.configs.count(configKey(k)) == 0) {
             violation("config: acknowledged insert of %s lost, seen by %s", configKey(k).c_str(), where);
         }
     }
@@ -238,14 +264,12 @@ bool insertConfig(Worker& w)
     ConfigInfo entry;
     int32_t value = (int32_t)w.rng();
     entry.setValue(configKey(k).c_str(), ConfigInfo::FOUR_BYTES, &value);
-    if (locked<DevConfigMng::insertConfig2SHM>(w.config, &entry) != 1) {
-        return false;
-    }
-    mon->configAcked[k].store(1);
-    return true;
+    bool acked = locked<DevConfigMng::insertConfig2SHM>(w.config, &entry) == 1;
+    mon->configAcked[k].fetch_or(acked ? 1 : 0);
+    return acked;
 }
 
-// Notes an identifier drawn from the device-wide counter.
+// Notes an identifier the device-wide counter gave.
 bool noteId(uint16_t id)
 {
     mon->idSeen[id].fetch_add(1);
@@ -253,50 +277,42 @@ bool noteId(uint16_t id)
     return true;
 }
 
-// A client listed or unlisted: -1 (full, not listed) is no fault.
-bool touchClient(Worker& w)
+// A participant inserted or refreshed (-1, full, is no fault), named `format` with a number below `names`.
+template <auto M, typename Rec>
+bool insertParticipant(Worker& w, Rec& rec, char* id, size_t idSize, const char* format, int names)
 {
-    UIClient client(("ui" + std::to_string(w.pick(80))).c_str(), "soak", UIClient::UI_CLIENT_DEFAULT);
-    if (w.pick(2) == 0) {
-        locked<DevUIClientMng::insert1Client>(w.ui, &client);
-    } else {
-        locked<DevUIClientMng::delete1Client>(w.ui, &client);
-    }
-    return true;
-}
-
-// A participant inserted or refreshed; -1 (full) is no fault.
-template <typename Mng, typename Rec>
-bool insertParticipant(Worker& w, Mng& mng, Rec rec)
-{
+    snprintf(id, idSize, format, w.pick(names));
     rec.gnss = w.fix();
-    return locked<Mng::insertUpdateList>(mng, &rec) != 0;
+    return locked<MngOf<M>::insertUpdateList>(w.*M, &rec) != 0;
 }
 
 // A round of insertTgt (at times more than the list holds) published whole.
-template <typename Mng, typename... Extra>
-bool publishTargets(Worker& w, Mng& mng, int most, Extra... extra)
+template <auto M, auto LOCAL, typename... Extra>
+bool publishTargets(Worker& w, int most, Extra... extra)
 {
     GNSS own = w.fix();
+    ((w.*M).*LOCAL).clear();
     for (int n = w.pick(most); n > 0; --n) {
         PTC p;
         p.gnss = w.fix();
-        mng.insertTgt(own, &p, extra..., (unsigned char)w.pick(4), &p.vehClass);
+        (w.*M).insertTgt(own, &p, extra..., (unsigned char)w.pick(4), &p.vehClass);
     }
-    return mng.commit() == 1;
+    return (w.*M).commit() == 1;
 }
 
-// Decodes the writer's message as a receiving process does.
-template <typename Mng>
-bool decodes(Mng& mng, const std::vector<char>& message)
+using W = Worker&;
+
+// Decodes the writer's message into the manager's local copy, as a receiving process does.
+template <auto M>
+bool decodes(Worker& w, const std::vector<char>& message)
 {
     int pos = 0;
-    return mng.DeSerialize(message.data(), &pos, (int)message.size()) == (int)message.size();
+    return (w.*M).DeSerialize(message.data(), &pos, (int)message.size()) == (int)message.size();
 }
 
 bool insertNodes(Worker& w)
 {
-    if (!decodes(w.map, mapMessage)) {
+    if (!decodes<&Worker::map>(w, mapMessage)) {
         return false;
     }
     for (auto& node : w.map.nodes) {
@@ -308,19 +324,9 @@ bool insertNodes(Worker& w)
     return locked<LMNodeListMng::insertUpdateList>(w.map, &incoming) == 1;
 }
 
-bool insertLights(Worker& w)
-{
-    if (!decodes(w.lights, lightMessage)) {
-        return false;
-    }
-    std::map<int64_t, LMTrafficLightExtend> incoming = w.lights.lights;
-    return locked<LMTLListMng::insertUpdateList>(w.lights, &incoming) == 1;
-}
-
-// Each worker is a source of its own, so records are both added and updated.
 bool insertRSI(Worker& w)
 {
-    if (!decodes(w.rsi, rsiMessage)) {
+    if (!decodes<&Worker::rsi>(w, rsiMessage)) {
         return false;
     }
     for (LMRSIExtend& rec : w.rsi.records) {
@@ -345,127 +351,110 @@ bool logMessage(Worker& w)
     return locked<CommSumMng::addOneCommRecord, IN_COMM_SUM>(w.commSum, &info) >= 0 && ring;
 }
 
-// Results published whole by the evaluating process, at times more than the list holds.
-template <typename Mng, typename Rec>
-bool publishResults(Worker& w, Mng& mng, std::vector<Rec>& local, int capacity)
-{
-    local.assign((size_t)w.pick(capacity + 4), Rec());
-    return mng.commit() == 1;
-}
+using Op = bool (*)(Worker&);  // true when the list did what it promises
 
-// One operation of a list kind: true when it did what the list promises.
-struct Op {
-    int weight;  // chances in the kind's sum of weights
-    bool (*run)(Worker&);
-    const char* failure;
-};
-
+// A list kind: writes (2 chances in 3, or in 4 with a refresh), reads, ages.
 struct ListKind {
     const char* name;  // as the check and the tool call the list
-    std::vector<Op> ops;
+    Op write;
+    Op read;
+    Op refresh = nullptr;
 };
 
-const char* const READ = "read failed or over capacity";
-using W = Worker&;
-
-// Every list kind with its mix of operations. A participant list may hold
-// one record past its array. The comm kind feeds the ring and its totals.
+// Every list kind. A participant list may hold one record past its array.
+// A client insert is -1 when the list is full, a delete when not listed.
+// Each worker is an RSI source of its own, so records are added and updated.
+// The comm kind feeds the ring and its totals.
 const ListKind KINDS[] = {
     {"procs",
-     {{2, [](W w) {
-           ProcFeedBlock block = {};
-           snprintf(block.procName, sizeof block.procName, "soak%d", w.pick(80));
-           return locked<DevProcListMng::refreshProcInList>(w.procs, &block) == 1;
-       }, "feed failed"},
-      {1, [](W w) { return readWithin(w.procs, w.procs.procs, DevProcListInShm::capacity); }, READ}}},
-    {"config", {{6, insertConfig, "insert refused"}, {4, [](W w) { return readConfig(w.config, "a worker's read"); }, READ}}},
-    {"gnss",
-     {{1, [](W w) { w.gnss.gnss = w.fix(); return w.gnss.commit() == 1; }, "write failed"},
-      {1, [](W w) { return w.gnss.update() == 1; }, READ}}},
-    {"ui", {{2, touchClient, ""}, {1, [](W w) { return readWithin(w.ui, w.ui.clients, DevUIClientListInShm::capacity); }, READ}}},
+     [](W w) {
+         ProcFeedBlock block = {};
+         snprintf(block.procName, sizeof block.procName, "soak%d", w.pick(80));
+         return locked<DevProcListMng::refreshProcInList>(w.procs, &block) == 1;
+     },
+     readOf<&Worker::procs, &DevProcListMng::procs, DevProcListInShm::capacity>},
+    {"config", insertConfig, [](W w) { return readConfig(w, "a worker's read"); }},
+    {"gnss", [](W w) { w.gnss.gnss = w.fix(); return w.gnss.commit() == 1; }, updateOf<&Worker::gnss>},
+    {"ui",
+     [](W w) {
+         UIClient c(("ui" + std::to_string(w.pick(80))).c_str(), "soak", UIClient::UI_CLIENT_DEFAULT);
+         w.ui.operateSHMNotSafe(w.pick(2) == 0 ? marked<DevUIClientMng::insert1Client, IN_LIST>
+                                               : marked<DevUIClientMng::delete1Client, IN_LIST>, &c);
+         return true;
+     },
+     readOf<&Worker::ui, &DevUIClientMng::clients, DevUIClientListInShm::capacity>},
     {"givenid",
-     {{1, [](W w) { uint16_t id = 0; int rc = locked<DevPTCGivenIDMng::getNextID>(w.givenId, &id);
-           return noteId(id) && rc == 1; }, "draw failed"},
-      {1, [](W w) { return noteId(w.givenId.getPTCGivenID()); }, ""}}},
-    {"obu",
-     {{2, [](W w) { OBU rec; snprintf(rec.id, sizeof rec.id, "obu%d", w.pick(300));
-           return insertParticipant(w, w.obu, rec); }, "insert failed"},
-      {1, [](W w) { return locked<PtcOBUListMng::refreshList>(w.obu, nullptr) >= 0; }, "refresh failed"},
-      {1, [](W w) { return readWithin(w.obu, w.obu.obus, PtcOBUListMng::CAPACITY + 1); }, READ}}},
-    {"rsu",
-     {{2, [](W w) { RSU rec; snprintf(rec.id, sizeof rec.id, "rsu%d", w.pick(150));
-           return insertParticipant(w, w.rsu, rec); }, "insert failed"},
-      {1, [](W w) { return locked<PtcRSUListMng::refreshList>(w.rsu, nullptr) >= 0; }, "refresh failed"},
-      {1, [](W w) { return readWithin(w.rsu, w.rsu.rsus, PtcRSUListMng::CAPACITY + 1); }, READ}}},
+     [](W w) {
+         uint16_t id = 0;
+         return locked<DevPTCGivenIDMng::getNextID>(w.givenId, &id) == 1 && noteId(id);
+     },
+     [](W w) { return noteId(w.givenId.getPTCGivenID()); }},
+    {"obu", [](W w) { OBU r; return insertParticipant<&Worker::obu>(w, r, r.id, sizeof r.id, "obu%d", 300); },
+     readOf<&Worker::obu, &PtcOBUListMng::obus, PtcOBUListMng::CAPACITY + 1>, refreshOf<&Worker::obu>},
+    {"rsu", [](W w) { RSU r; return insertParticipant<&Worker::rsu>(w, r, r.id, sizeof r.id, "rsu%d", 150); },
+     readOf<&Worker::rsu, &PtcRSUListMng::rsus, PtcRSUListMng::CAPACITY + 1>, refreshOf<&Worker::rsu>},
     {"ptc",
-     {{2, [](W w) { PTC rec; rec.ptcID = (uint16_t)w.pick(300); rec.source = 1; strcpy(rec.sourceID, "soak");
-           return insertParticipant(w, w.ptc, rec); }, "insert failed"},
-      {1, [](W w) { return locked<PTCListMng::refreshList>(w.ptc, nullptr) >= 0; }, "refresh failed"},
-      {1, [](W w) { return readWithin(w.ptc, w.ptc.ptcs, PTCListMng::CAPACITY + 1); }, READ}}},
+     [](W w) {
+         PTC r;
+         r.ptcID = (uint16_t)w.pick(300);
+         r.source = 1;
+         return insertParticipant<&Worker::ptc>(w, r, r.sourceID, sizeof r.sourceID, "soak%d", 1);
+     },
+     readOf<&Worker::ptc, &PTCListMng::ptcs, PTCListMng::CAPACITY + 1>, refreshOf<&Worker::ptc>},
     {"vehicle",
-     {{1, [](W w) { int disabled = w.pick(2);
-           return locked<VehStatusMng::setVehDisabledInSHM>(w.vehicle, &disabled) == 1; }, "write failed"},
-      {1, [](W w) { return w.vehicle.update() == 1; }, READ}}},
-    {"trace",
-     {{2, [](W w) { GNSS g = w.fix(); return locked<VehTraceMng::insertOneGNSS2Trace>(w.trace, &g) == 1; },
-       "write failed"},
-      {1, [](W w) { return w.trace.update() == 1; }, READ}}},
-    {"map",
-     {{1, insertNodes, "insert failed"},
-      {1, [](W w) { return locked<LMNodeListMng::refreshList>(w.map, nullptr) == 1; }, "refresh failed"},
-      {1, [](W w) { return w.map.update() == 1; }, "image does not decode"}}},
+     [](W w) {
+         int disabled = w.pick(2);
+         return locked<VehStatusMng::setVehDisabledInSHM>(w.vehicle, &disabled) == 1;
+     },
+     updateOf<&Worker::vehicle>},
+    {"trace", [](W w) { GNSS g = w.fix(); return locked<VehTraceMng::insertOneGNSS2Trace>(w.trace, &g) == 1; },
+     updateOf<&Worker::trace>},
+    {"map", insertNodes, updateOf<&Worker::map>, refreshOf<&Worker::map>},
     {"lights",
-     {{1, insertLights, "insert failed"},
-      {1, [](W w) { return locked<LMTLListMng::refreshList>(w.lights, nullptr) == 1; }, "refresh failed"},
-      {1, [](W w) { return w.lights.update() == 1; }, "image does not decode"}}},
-    {"rsi",
-     {{1, insertRSI, "insert failed"},
-      {1, [](W w) { return locked<LMRSIListMng::refreshList>(w.rsi, nullptr) == 1; }, "refresh failed"},
-      {1, [](W w) { return w.rsi.update() == 1; }, "image does not decode"}}},
+     [](W w) {
+         std::map<int64_t, LMTrafficLightExtend> in;
+         return decodes<&Worker::lights>(w, lightMessage) &&
+                locked<LMTLListMng::insertUpdateList>(w.lights, &(in = w.lights.lights)) == 1;
+     },
+     updateOf<&Worker::lights>, refreshOf<&Worker::lights>},
+    {"rsi", insertRSI, updateOf<&Worker::rsi>, refreshOf<&Worker::rsi>},
     {"collisions",
-     {{1, [](W w) { w.collisions.collisions.clear();
-           return publishTargets(w, w.collisions, 300, w.uniform(0, 10), w.uniform(0, 6.28), w.uniform(0, 300)); },
-       "write failed"},
-      {1, [](W w) { return readWithin(w.collisions, w.collisions.collisions, TgtCollisionMng::CAPACITY); }, READ}}},
-    {"targets",
-     {{1, [](W w) { w.targets.targets.clear(); return publishTargets(w, w.targets, 80); }, "write failed"},
-      {1, [](W w) { return readWithin(w.targets, w.targets.targets, TargetMng::CAPACITY); }, READ}}},
+     [](W w) {
+         return publishTargets<&Worker::collisions, &TgtCollisionMng::collisions>(
+             w, 300, w.uniform(0, 10), w.uniform(0, 6.28), w.uniform(0, 300));
+     },
+     readOf<&Worker::collisions, &TgtCollisionMng::collisions, TgtCollisionMng::CAPACITY>},
+    {"targets", [](W w) { return publishTargets<&Worker::targets, &TargetMng::targets>(w, 80); },
+     readOf<&Worker::targets, &TargetMng::targets, TargetMng::CAPACITY>},
     {"location",
-     {{1, [](W w) { w.location.mapRes.nodeId = SampleIntersection::CENTRE_NODE;
-           w.location.mapRes.dis2StopLine = w.uniform(0, 200); return w.location.commit() == 1; }, "write failed"},
-      {1, [](W w) { return w.location.update() == 1; }, READ}}},
-    {"rsiresult",
-     {{1, [](W w) { return publishResults(w, w.rsiResult, w.rsiResult.rsiResults, LMRSIListInShm::capacity); },
-       "write failed"},
-      {1, [](W w) { return readWithin(w.rsiResult, w.rsiResult.rsiResults, LMRSIListInShm::capacity); }, READ}}},
-    {"phaseresult",
-     {{1, [](W w) { return publishResults(w, w.phaseResult, w.phaseResult.phaseResults,
-                                         LMTLPhaseListInShm::capacity); }, "write failed"},
-      {1, [](W w) { return readWithin(w.phaseResult, w.phaseResult.phaseResults, LMTLPhaseListInShm::capacity); },
-       READ}}},
-    {"comm",
-     {{2, logMessage, "insert into the ring or the totals failed"},
-      {1, [](W w) { return w.comm.update() == 1 && w.commSum.update() == 1; }, "ring or totals read failed"}}},
+     [](W w) {
+         w.location.mapRes.nodeId = SampleIntersection::CENTRE_NODE;
+         w.location.mapRes.dis2StopLine = w.uniform(0, 200);
+         return w.location.commit() == 1;
+     },
+     updateOf<&Worker::location>},
+    {"rsiresult", publishOf<&Worker::rsiResult, &LMRSIResMng::rsiResults, LMRSIListInShm::capacity>,
+     readOf<&Worker::rsiResult, &LMRSIResMng::rsiResults, LMRSIListInShm::capacity>},
+    {"phaseresult", publishOf<&Worker::phaseResult, &LMTLPhaseResMng::phaseResults, LMTLPhaseListInShm::capacity>,
+     readOf<&Worker::phaseResult, &LMTLPhaseResMng::phaseResults, LMTLPhaseListInShm::capacity>},
+    {"comm", logMessage, [](W w) { return w.comm.update() == 1 && w.commSum.update() == 1; }},
 };
-const int KIND_COUNT = sizeof KINDS / sizeof KINDS[0];
-static_assert(sizeof KINDS / sizeof KINDS[0] <= MAX_KINDS, "monitor holds too few kinds");
+constexpr int KIND_COUNT = (int)std::size(KINDS);
+static_assert(KIND_COUNT <= MAX_KINDS, "monitor holds too few kinds");
 
 // One operation of a random kind, stamped for the supervisor's 2 s watch.
 void runOp(Worker& w)
 {
     int kind = w.pick(KIND_COUNT);
+    const ListKind& k = KINDS[kind];
     mySlot->opKind.store(kind);
     mySlot->opStart.store(nowNs());
-    const std::vector<Op>& ops = KINDS[kind].ops;
-    int total = 0;
-    for (const Op& op : ops) {
-        total += op.weight;
-    }
-    size_t i = 0;
-    for (int chance = w.pick(total); chance >= ops[i].weight; chance -= ops[i++].weight) {
-    }
-    if (!ops[i].run(w)) {
-        violation("%s: %s (worker %d)", KINDS[kind].name, ops[i].failure, w.index);
+    int which = w.pick(k.refresh != nullptr ? 4 : 3);
+    const char* failed = which < 2 ? (k.write(w) ? nullptr : "write failed")
+                         : which == 2 ? (k.read(w) ? nullptr : "read failed, over capacity or not decodable")
+                                      : (k.refresh(w) ? nullptr : "refresh failed");
+    if (failed != nullptr) {
+        violation("%s: %s (worker %d)", k.name, failed, w.index);
     }
     mySlot->opStart.store(0);
     mon->ops[kind].fetch_add(1);
@@ -520,9 +509,7 @@ void spawnWorker(int index, uint32_t seed)
     pid_t pid = fork();
     if (pid == 0) {
         // The managers' progress lines would drown the report.
-        if (freopen("/dev/null", "w", stdout) == nullptr) {
-            _exit(1);
-        }
+        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
         workerMain(index, seed);
     }
     slot.pid.store(pid > 0 ? pid : 0);
@@ -553,16 +540,12 @@ void killOne(const Options& o, std::mt19937& rng)
 // its draw and its note loses one draw: the kills bound those.
 void checkIds()
 {
-    uint32_t most = 0, which = 0;
-    for (uint32_t id = 0; id < 65536; ++id) {
-        if (mon->idSeen[id].load() > most) {
-            most = mon->idSeen[id].load();
-            which = id;
-        }
-    }
+    auto most = std::max_element(std::begin(mon->idSeen), std::end(mon->idSeen),
+                                 [](const auto& a, const auto& b) { return a.load() < b.load(); });
     uint64_t draws = mon->idDraws.load() + kills;
-    if (most > (draws + ID_WRAP - 1) / ID_WRAP) {
-        violation("givenid: identifier %u drawn %u times within %llu draws", which, most, (unsigned long long)draws);
+    if (most->load() > (draws + ID_WRAP - 1) / ID_WRAP) {
+        violation("givenid: identifier %d drawn %u times within %llu draws", (int)(most - mon->idSeen), most->load(),
+                  (unsigned long long)draws);
     }
 }
 
@@ -642,7 +625,6 @@ int main(int argc, char** argv)
         spawnWorker(i, rng());
     }
     int64_t start = nowNs(), end = start + o.seconds * SECOND_NS, nextCheck = start + 2 * SECOND_NS;
-    int64_t flagged[MAX_WORKERS] = {};  // the op start last reported as too long, per slot
     bool commSumStep = false;           // the totals seen out of step after a kill inside them
     for (bool running = true; running;) {
         int64_t now = nowNs();
@@ -657,17 +639,16 @@ int main(int argc, char** argv)
         int status;
         for (pid_t pid; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
             for (int i = 0; i < o.workers; ++i) {
-                if (mon->slots[i].pid.load() != pid) {
-                    continue;
-                }
-                mon->slots[i].pid.store(0);
-                if (!(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) &&
-                    !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) {
-                    violation("%s: worker %d ended with status %d in an op", KINDS[mon->slots[i].opKind.load()].name,
-                              i, status);
-                }
-                if (mon->stop.load() == 0) {
-                    spawnWorker(i, rng());
+                if (mon->slots[i].pid.load() == pid) {
+                    mon->slots[i].pid.store(0);
+                    if (!(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) &&
+                        !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) {
+                        violation("%s: worker %d ended with status %d in an op",
+                                  KINDS[mon->slots[i].opKind.load()].name, i, status);
+                    }
+                    if (mon->stop.load() == 0) {
+                        spawnWorker(i, rng());
+                    }
                 }
             }
         }
@@ -676,8 +657,9 @@ int main(int argc, char** argv)
             WorkerSlot& slot = mon->slots[i];
             running = running || slot.pid.load() > 0;
             int64_t began = slot.opStart.load();
-            if (slot.pid.load() > 0 && began != 0 && now - began > OP_LIMIT_NS && flagged[i] != began) {
-                flagged[i] = began;
+            // Reported once: the stamp is cleared unless the op ended meanwhile.
+            if (slot.pid.load() > 0 && began != 0 && now - began > OP_LIMIT_NS &&
+                slot.opStart.compare_exchange_strong(began, 0)) {
                 violation("%s: op in flight for more than 2 s (worker %d)", KINDS[slot.opKind.load()].name, i);
             }
         }
@@ -698,8 +680,8 @@ int main(int argc, char** argv)
 
     // What the lists promise, once more with every worker gone.
     checkIds();
-    DevConfigMng config(false);
-    if (!readConfig(config, "the final read")) {
+    Worker last{-1, std::mt19937(0)};
+    if (!readConfig(last, "the final read")) {
         violation("config: the final read failed or found it over capacity");
     }
     checkLists(true, &commSumStep);
