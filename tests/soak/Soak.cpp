@@ -45,26 +45,7 @@
 #include "OwnerTable.h"
 #include "SampleIntersection.h"
 #include "SampleSignal.h"
-#include "localmap/LMMapResMng.h"
-#include "localmap/LMNodeListMng.h"
-#include "localmap/LMRSIListMng.h"
-#include "localmap/LMRSIResMng.h"
-#include "localmap/LMTLListMng.h"
-#include "localmap/LMTLPhaseResMng.h"
-#include "ptc/DevPTCGivenIDMng.h"
-#include "ptc/PTCListMng.h"
-#include "ptc/PtcOBUListMng.h"
-#include "ptc/PtcRSUListMng.h"
-#include "ptc/TargetMng.h"
-#include "ptc/TgtCollisionMng.h"
-#include "shm/DevConfigMng.h"
-#include "shm/DevProcListMng.h"
-#include "space/DevGNSSMng.h"
-#include "space/VehTraceMng.h"
-#include "status/CommRecordMng.h"
-#include "status/CommSumMng.h"
-#include "status/DevUIClientMng.h"
-#include "status/VehStatusMng.h"
+#include "v2xshm.h"
 
 namespace {
 
@@ -138,22 +119,19 @@ void violation(const char* format, ...)
     }
 }
 
-// Runs a list callback with the worker marked as inside the lock, so that
-// the killer can aim at that moment.
-template <int (*FN)(void*, void*), Lock WHERE>
-int marked(void* shm, void* arg)
-{
-    mySlot->inLock.store(WHERE);
-    int rc = FN(shm, arg);
-    mySlot->inLock.store(OUTSIDE);
-    return rc;
-}
-
-// Runs FN on `mng`'s list under its lock; FN's return code.
+// Runs FN on `mng`'s list under its lock, the worker marked as inside the
+// lock meanwhile so that the killer can aim at that moment; FN's return code.
 template <int (*FN)(void*, void*), Lock WHERE = IN_LIST, typename Mng>
 int locked(Mng& mng, void* arg)
 {
-    return mng.operateSHMNotSafe(marked<FN, WHERE>, arg);
+    return mng.operateSHMNotSafe(
+        [](void* shm, void* a) {
+            mySlot->inLock.store(WHERE);
+            int rc = FN(shm, a);
+            mySlot->inLock.store(OUTSIDE);
+            return rc;
+        },
+        arg);
 }
 
 // ---- workers ----
@@ -362,7 +340,6 @@ struct ListKind {
 };
 
 // Every list kind. A participant list may hold one record past its array.
-// A client insert is -1 when the list is full, a delete when not listed.
 // Each worker is an RSI source of its own, so records are added and updated.
 // The comm kind feeds the ring and its totals.
 const ListKind KINDS[] = {
@@ -378,9 +355,10 @@ const ListKind KINDS[] = {
     {"ui",
      [](W w) {
          UIClient c(("ui" + std::to_string(w.pick(80))).c_str(), "soak", UIClient::UI_CLIENT_DEFAULT);
-         w.ui.operateSHMNotSafe(w.pick(2) == 0 ? marked<DevUIClientMng::insert1Client, IN_LIST>
-                                               : marked<DevUIClientMng::delete1Client, IN_LIST>, &c);
-         return true;
+         if (w.pick(2) == 0) {
+             return locked<DevUIClientMng::insert1Client>(w.ui, &c) > 0;
+         }
+         return locked<DevUIClientMng::delete1Client>(w.ui, &c) > 0;
      },
      readOf<&Worker::ui, &DevUIClientMng::clients, DevUIClientListInShm::capacity>},
     {"givenid",
@@ -472,12 +450,8 @@ void runOp(Worker& w)
 
 // ---- the supervisor ----
 
-struct Options {
-    int seconds = 20;
-    int workers = 8;
-    int seed = 1;
-    int killIntervalMs = 100;
-};
+// The command line's options, with their defaults.
+int seconds = 20, workers = 8, seed = 1, killIntervalMs = 100;
 
 uint64_t kills = 0, lockedKills = 0, commSumKills = 0;  // SIGKILLs sent; inside a lock; inside the totals'
 
@@ -517,10 +491,10 @@ void spawnWorker(int index, uint32_t seed)
 
 // Waits 0.5 to 1.5 kill intervals and SIGKILLs a random worker; every other
 // kill first waits a little for the worker to be inside a lock.
-void killOne(const Options& o, std::mt19937& rng)
+void killOne(std::mt19937& rng)
 {
-    usleep((useconds_t)(o.killIntervalMs * 500 + rng() % (uint32_t)(o.killIntervalMs * 1000 + 1)));
-    WorkerSlot& slot = mon->slots[rng() % (uint32_t)o.workers];
+    usleep((useconds_t)(killIntervalMs * 500 + rng() % (uint32_t)(killIntervalMs * 1000 + 1)));
+    WorkerSlot& slot = mon->slots[rng() % (uint32_t)workers];
     bool aim = rng() % 2 == 0;
     for (int spin = 0; aim && spin < 2000 && slot.inLock.load() == OUTSIDE; ++spin) {
         usleep(10);
@@ -570,61 +544,56 @@ void checkLists(bool final, bool* commSumStep)
     }
 }
 
-bool parseOptions(int argc, char** argv, Options* o)
+bool parseOptions(int argc, char** argv)
 {
     for (int i = 1; i < argc; i += 2) {
         std::string arg = argv[i];
-        int* target = arg == "--seconds" ? &o->seconds
-                      : arg == "--workers" ? &o->workers
-                      : arg == "--seed" ? &o->seed
-                      : arg == "--kill-interval-ms" ? &o->killIntervalMs
+        int* target = arg == "--seconds" ? &seconds
+                      : arg == "--workers" ? &workers
+                      : arg == "--seed" ? &seed
+                      : arg == "--kill-interval-ms" ? &killIntervalMs
                       : nullptr;
         char* end = nullptr;
         long value = i + 1 < argc ? strtol(argv[i + 1], &end, 10) : -1;
-        if (target == nullptr || end == nullptr || *end != '\0' || value < (target == &o->seed ? 0 : 1) ||
+        if (target == nullptr || end == nullptr || *end != '\0' || value < (target == &seed ? 0 : 1) ||
             value > 1000000) {
             return false;
         }
         *target = (int)value;
     }
-    return o->workers <= MAX_WORKERS;
+    return workers <= MAX_WORKERS;
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    Options o;
-    if (!parseOptions(argc, argv, &o)) {
+    if (!parseOptions(argc, argv)) {
         fprintf(stderr, "usage: v2xshm_soak [--seconds S] [--workers N (1-%d)] [--seed N] [--kill-interval-ms MS]\n",
                 MAX_WORKERS);
         return 2;
     }
-    if (SampleIntersection::writeMessage(&mapMessage) < 0 || SampleSignal::writeLights(&lightMessage) < 0 ||
-        SampleSignal::writeRSI(&rsiMessage) < 0) {
-        fprintf(stderr, "v2xshm_soak: the map writer refused the sample messages\n");
-        return 1;
-    }
     void* area = mmap(nullptr, sizeof(Monitor), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (area == MAP_FAILED) {
-        perror("v2xshm_soak: mmap");
+    mon = static_cast<Monitor*>(area);
+    if (area == MAP_FAILED || SampleIntersection::writeMessage(&mapMessage) < 0 ||
+        SampleSignal::writeLights(&lightMessage) < 0 || SampleSignal::writeRSI(&rsiMessage) < 0) {
+        fprintf(stderr, "v2xshm_soak: no monitoring area, or the map writer refused the sample messages\n");
         return 1;
     }
-    mon = static_cast<Monitor*>(area);
     std::vector<std::unique_ptr<IF_SHM>> owners;
     for (const ListInfo& list : knownLists()) {
         owners.push_back(makeOwnerManager(list));
     }
-    printf("soak: %d s, %d workers, seed %d, a kill every %d ms on average\n", o.seconds, o.workers, o.seed,
-           o.killIntervalMs);
+    printf("soak: %d s, %d workers, seed %d, a kill every %d ms on average\n", seconds, workers, seed,
+           killIntervalMs);
 
     signal(SIGALRM, onDeadline);
-    alarm((unsigned)(o.seconds + 120));
-    std::mt19937 rng((uint32_t)o.seed);
-    for (int i = 0; i < o.workers; ++i) {
+    alarm((unsigned)(seconds + 120));
+    std::mt19937 rng((uint32_t)seed);
+    for (int i = 0; i < workers; ++i) {
         spawnWorker(i, rng());
     }
-    int64_t start = nowNs(), end = start + o.seconds * SECOND_NS, nextCheck = start + 2 * SECOND_NS;
+    int64_t start = nowNs(), end = start + seconds * SECOND_NS, nextCheck = start + 2 * SECOND_NS;
     bool commSumStep = false;           // the totals seen out of step after a kill inside them
     for (bool running = true; running;) {
         int64_t now = nowNs();
@@ -632,13 +601,13 @@ int main(int argc, char** argv)
             end = now + 30 * SECOND_NS;  // time for every worker to finish its op and leave
         }
         if (mon->stop.load() == 0) {
-            killOne(o, rng);
+            killOne(rng);
         } else {
             usleep(20000);
         }
         int status;
         for (pid_t pid; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
-            for (int i = 0; i < o.workers; ++i) {
+            for (int i = 0; i < workers; ++i) {
                 if (mon->slots[i].pid.load() == pid) {
                     mon->slots[i].pid.store(0);
                     if (!(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) &&
@@ -653,7 +622,7 @@ int main(int argc, char** argv)
             }
         }
         running = mon->stop.load() == 0;
-        for (int i = 0; i < o.workers; ++i) {
+        for (int i = 0; i < workers; ++i) {
             WorkerSlot& slot = mon->slots[i];
             running = running || slot.pid.load() > 0;
             int64_t began = slot.opStart.load();
