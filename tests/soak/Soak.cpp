@@ -544,22 +544,19 @@ void checkLists(bool final, bool* commSumStep)
     }
 }
 
+// Reads the options given as NAME VALUE pairs; false on anything else.
 bool parseOptions(int argc, char** argv)
 {
+    const std::string names[] = {"--seconds", "--workers", "--seed", "--kill-interval-ms"};
+    int* values[] = {&seconds, &workers, &seed, &killIntervalMs};
     for (int i = 1; i < argc; i += 2) {
-        std::string arg = argv[i];
-        int* target = arg == "--seconds" ? &seconds
-                      : arg == "--workers" ? &workers
-                      : arg == "--seed" ? &seed
-                      : arg == "--kill-interval-ms" ? &killIntervalMs
-                      : nullptr;
+        int n = (int)(std::find(std::begin(names), std::end(names), argv[i]) - names);
         char* end = nullptr;
         long value = i + 1 < argc ? strtol(argv[i + 1], &end, 10) : -1;
-        if (target == nullptr || end == nullptr || *end != '\0' || value < (target == &seed ? 0 : 1) ||
-            value > 1000000) {
+        if (n == 4 || end == nullptr || *end != '\0' || value < (n == 2 ? 0 : 1) || value > 1000000) {
             return false;
         }
-        *target = (int)value;
+        *values[n] = (int)value;
     }
     return workers <= MAX_WORKERS;
 }
@@ -594,7 +591,7 @@ int main(int argc, char** argv)
         spawnWorker(i, rng());
     }
     int64_t start = nowNs(), end = start + seconds * SECOND_NS, nextCheck = start + 2 * SECOND_NS;
-    bool commSumStep = false;           // the totals seen out of step after a kill inside them
+    bool commSumStep = false;  // the totals seen out of step after a kill inside them
     for (bool running = true; running;) {
         int64_t now = nowNs();
         if (now >= end && mon->stop.exchange(1) == 0) {
