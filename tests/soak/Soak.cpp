@@ -2,9 +2,9 @@
 //
 // The supervisor owns every list (as `v2xshm owner` does), forks N workers
 // that drive every list kind through the public managers with a random mix
-// of the operations the unit's processes use, and a killer that SIGKILLs
+// of the operations the unit's processes use, and is the killer: it SIGKILLs
 // random workers at random moments, many of them while they hold a list's
-// lock. The supervisor replaces every dead worker and checks all the time:
+// lock, replaces every dead worker and checks all the time:
 //   - no operation is in flight for more than 2 s (nobody waits on a lock a
 //     dead process held);
 //   - an acknowledged configuration insert is never lost, even when a writer
