@@ -32,7 +32,6 @@ expect_out "set 16-char key" "set sixteen_chars_ok = 1 (u8)" config set sixteen_
 expect_out "get i32" "-2147483648" config get speed
 expect_out "get f64 without a type" "0.1" config get ratio
 expect_out "get f64 as i64" "4591870180066957722" config get ratio i64
-expect_out "get f64 read as f64" "0.1" config get ratio f64
 expect_out "get text" "eth0 wlan" config get iface
 expect_out "get json" '{"key":"ratio","type":"f64","value":0.1}' --json config get ratio
 expect_error "get absent key" 1 'no config entry nothing' config get nothing

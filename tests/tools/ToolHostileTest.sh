@@ -23,43 +23,25 @@ help extra
 status extra
 check nolist
 owner nolist
-owner --except nolist
 owner --bogus
 config
 config list extra
 config get @E
 config set k u8 256
-config set k i64 9223372036854775808
 config set k i32 12a
 config set k f64 nan
-config set k f64 1.5x
 config set k text xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx
 config set abcdefghijklmnopq i32 1
 config set k float 1
-config set k i32
 show
 show gnss extra
 show trace -n -1
 show vehicle --bogus
 show map --node 12x
-show map --node 99999999999999999999
-show map 1001
-show location now
-show signals --node nan
-show rsi extra
-show phases --bogus
-show rsi-results x
-show comm -n -1
-show ui x
-show ptc x
-show targets --key nan
-show collisions x
 show procs --stale nan
-show procs extra
 gnss
 gnss push --bogus
 gnss push --lon nan --lat 30 --speed 1 --heading 0
-gnss push --lon 120 --lat 30 --speed 1 --heading 0x
 gnss push $PUSH --time-ms -1
 vehicle disabled maybe
 map
@@ -69,33 +51,25 @@ map load @Z
 map age x
 locate nan 30 0
 locate 120 30 361
-locate 120x 30 0
 locate 120 30
 locate --gnss extra
 locate --bogus
 signal
-signal load @Z
 signal age x
-rsi load @D
-rsi age x
 frame
 frame decode @L
 frame decode -
 frame decode fafb0
 frame build --type 256 --subtype 1
-frame build --type 1 --subtype 2 zz
 frame build --type 1
 frame build --type 1 --subtype 2 @H
 comm log --type 3 --peer 1 --length 1
 comm log --type 1 --peer 1
-comm log --type 1 --peer x --length 1
-comm log --type 1 --peer 1 --length 99999999999999999999
 comm log --type 1 --peer 1 --length 1 --detail 12345678901234567
 comm log --bogus
 ptc push --ptc-id 65536 --source 1 --source-id a --lon 1 --lat 1
 ptc push --ptc-id 1 --source 1 --source-id a --lon nan --lat 1
 ptc push --ptc-id 1 --source 1 --source-id @L --lon 1 --lat 1
-ptc push --ptc-id 1 --source x --source-id a --lon 1 --lat 1
 ptc push --lon 120 --lat 30
 ptc age x
 obu
@@ -104,19 +78,13 @@ obu push --ptc-id 1 --id a --lon 1 --lat 1
 rsu push --id r --lon 1 --lat 91
 rsu bogus
 targets build --key nan
-targets build extra
-id
 id next extra
 feed
-feed @E
-feed a @L
 feed sixteen_chars_xy
 feed a b c
 log
 log listen --port 65536
 log listen --count 0
-log listen --port 0x10000
-log listen --count 1x
 TABLE
 )
 

@@ -29,8 +29,6 @@ map_snapshot() {
 
 # --- No owner: clear refusals, nothing created.
 expect_error "load without owner" 1 'list map .*no owner' map load "$SAMPLE"
-expect_error "age without owner" 1 'list map .*no owner' map age
-expect_error "show map without owner" 1 'list map .*no owner' show map
 expect_error "locate without owner" 1 'no owner' locate $ON_APPROACH 0
 expect_error "show location without owner" 1 'list location .*no owner' show location
 expect_no_ipc "map commands without owner create nothing"
