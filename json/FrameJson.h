@@ -13,6 +13,7 @@
 #include "status/CommRecord.h"
 #include "status/CommSumMng.h"
 #include "status/UIClient.h"
+#include "v2xshm-unit/FrameWalk.h"
 
 // JSON views of framed messages, RTCM short frames, the message-traffic ring
 // with its totals, and the user-interface clients. Field names and units are
@@ -24,15 +25,7 @@ void to_json(Json& j, const VI2CFrame& frame);
 // An RTCM short frame: {"type", "dataLen", "data"}.
 void to_json(Json& j, const RTCMShortFrame& frame);
 
-// One thing found walking a byte stream for frames.
-struct FrameFinding {
-    enum Kind { FRAME, BAD_CHECK, INCOMPLETE, SKIPPED } kind;
-    int offset;        // where it starts in the stream
-    int bytes;         // bytes it spans (SKIPPED: the run's length)
-    VI2CFrame frame;   // header (and data for FRAME)
-    uint8_t computed;  // BAD_CHECK: the check byte the frame should carry
-    uint8_t carried;   // BAD_CHECK: the check byte it carries
-};
+// A finding of the frame walk (v2xshm-unit/FrameWalk.h):
 // {"kind": "frame" | "badCheck" | "incomplete" | "skipped", "offset",
 // "bytes"}, then but for "skipped" {"type", "subType", "dataLen"}, then for
 // "frame" {"data", "checkOk": true}, for "badCheck" {"checkOk": false,

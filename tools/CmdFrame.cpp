@@ -13,6 +13,7 @@
 
 #include "FrameJson.h"
 #include "ToolParse.h"
+#include "v2xshm-unit/FrameWalk.h"
 
 namespace {
 
@@ -44,49 +45,6 @@ bool parseHex(const std::string& text, std::vector<char>* out, std::string* erro
 }
 
 // ---- frame decode ----
-
-// Walks the bytes as a stream reader does after the end of input: a valid
-// frame is taken whole; anywhere else the walk moves one byte on, noting a
-// frame whose check byte is wrong or that is cut short at the end.
-std::vector<FrameFinding> findFrames(const std::vector<char>& bytes)
-{
-    std::vector<FrameFinding> found;
-    int n = (int)bytes.size();
-    int pos = 0;
-    auto skip = [&](int at) {
-        if (!found.empty() && found.back().kind == FrameFinding::SKIPPED && found.back().offset + found.back().bytes == at) {
-            ++found.back().bytes;
-        } else {
-            found.push_back(FrameFinding{FrameFinding::SKIPPED, at, 1, VI2CFrame(), 0, 0});
-        }
-    };
-    while (pos < n) {
-        FrameFinding f{FrameFinding::FRAME, pos, 0, VI2CFrame(), 0, 0};
-        int rc = f.frame.resolveFrame(bytes.data(), &pos, n - pos);
-        if (rc > 0) {
-            f.bytes = rc;
-            found.push_back(f);
-            continue;
-        }
-        int dataLen = f.frame.dataLen;
-        bool header = rc == -3 && dataLen >= 0 && dataLen <= VI2CFrame::DATA_MAX;
-        if (header && n - pos < dataLen + VI2CFrame::MIN_LEN) {
-            f.kind = FrameFinding::INCOMPLETE;
-            f.bytes = n - pos;
-            found.push_back(f);
-        } else if (header) {
-            f.kind = FrameFinding::BAD_CHECK;
-            f.bytes = dataLen + VI2CFrame::MIN_LEN;
-            VI2CFrame::calcCRC(bytes.data(), pos + 2, dataLen + 4, &f.computed);
-            f.carried = (uint8_t)bytes[pos + VI2CFrame::HEAD_LEN + dataLen];
-            found.push_back(f);
-        } else {
-            skip(pos);
-        }
-        ++pos;
-    }
-    return found;
-}
 
 std::string findingText(const FrameFinding& f)
 {
@@ -133,10 +91,10 @@ int frameDecode(const ToolArgs& args)
     if (bytes.empty()) {
         return usageError("frame decode: no bytes given");
     }
-    std::vector<FrameFinding> found = findFrames(bytes);
-    int frames = 0;
-    for (const FrameFinding& f : found) {
-        frames += f.kind == FrameFinding::FRAME ? 1 : 0;
+    std::vector<FrameFinding> found;
+    int frames = findFrames(bytes.data(), (int)bytes.size(), &found);
+    if (frames < 0) {
+        return failure("frame decode: out of memory");
     }
     bool clean = frames == (int)found.size();
     if (args.json) {

@@ -6,9 +6,7 @@
 // their distance and bearing from the own vehicle's latest fix.
 #include "Commands.h"
 
-#include <algorithm>
 #include <iostream>
-#include <type_traits>
 
 #include "ListAccess.h"
 #include "PtcJson.h"
@@ -21,11 +19,9 @@
 #include "ptc/TgtCollisionMng.h"
 #include "shm/TimeTool.h"
 #include "space/DevGNSSMng.h"
+#include "v2xshm-unit/TargetBuild.h"
 
 namespace {
-
-// Target type codes the tool gives, by the list a target came from.
-constexpr unsigned char TGT_PTC = 1, TGT_OBU = 2, TGT_RSU = 3;
 
 // One list, as text or JSON, its records seen now.
 template <typename Rec>
@@ -95,21 +91,16 @@ int showCollisions(const ToolArgs& args)
 
 // ---- targets build ----
 
+// Reads one participant list into *out; false (having said why) if it fails.
 template <typename Mng, typename Rec>
-bool addTargets(const char* name, std::vector<Rec> Mng::*local, GNSS& own, unsigned char type, TargetMng* out)
+bool readParticipants(const char* name, std::vector<Rec> Mng::*local, std::vector<Rec>* out)
 {
     Mng mng(false);
     if (guarded(name, [&] { return mng.update(); }) != 1) {
         failure(std::string("could not read the ") + name + " list");
         return false;
     }
-    for (Rec& r : mng.*local) {
-        VehClass* cls = nullptr;
-        if constexpr (!std::is_same<Rec, RSU>::value) {
-            cls = &r.vehClass;
-        }
-        out->insertTgt(own, &r, type, cls);
-    }
+    out->swap(mng.*local);
     return true;
 }
 
@@ -134,22 +125,24 @@ int targetsBuild(const ToolArgs& args)
     if (guarded("gnss", [&] { return gnss.update(); }) != 1) {
         return failure("could not read the gnss list");
     }
-    GNSS own = gnss.gnss;
-    if (own.latestRefreshTime == 0.0) {
-        return failure("no own fix stored yet; push one with 'v2xshm gnss push'");
-    }
-    own.refreshMovable2D();  // the bearing is taken from the fix's heading
-    TargetMng targets(key, false);
-    if (!addTargets<PTCListMng>("ptc", &PTCListMng::ptcs, own, TGT_PTC, &targets) ||
-        !addTargets<PtcOBUListMng>("obu", &PtcOBUListMng::obus, own, TGT_OBU, &targets) ||
-        !addTargets<PtcRSUListMng>("rsu", &PtcRSUListMng::rsus, own, TGT_RSU, &targets)) {
+    std::vector<PTC> ptcs;
+    std::vector<OBU> obus;
+    std::vector<RSU> rsus;
+    if (!readParticipants("ptc", &PTCListMng::ptcs, &ptcs) || !readParticipants("obu", &PtcOBUListMng::obus, &obus) ||
+        !readParticipants("rsu", &PtcRSUListMng::rsus, &rsus)) {
         return EXIT_FAILURE_CODE;
     }
-    if (guarded("targets", [&] { return targets.commit(); }) != 1) {
+    TargetMng targets(key, false);
+    int published = buildTargets(gnss.gnss, ptcs, obus, rsus, &targets);
+    if (published == -2) {
+        return failure("no own fix stored yet; push one with 'v2xshm gnss push'");
+    }
+    if (published < 0) {
+        return failure("could not build the targets");
+    }
+    if (guarded("targets", [&] { return publishTargets(&targets); }) != 1) {
         return failure("could not write the target list");
     }
-    size_t published = std::min(targets.targets.size(), (size_t)TargetMng::CAPACITY);
-    targets.targets.resize(published);
     if (!args.json) {
         std::cout << "published " << published << " of the participants as targets (key " << key << "):\n";
     }

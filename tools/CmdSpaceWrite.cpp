@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include "ListAccess.h"
@@ -20,6 +19,7 @@
 #include "space/DevGNSSMng.h"
 #include "space/VehTraceMng.h"
 #include "status/VehStatusMng.h"
+#include "v2xshm-unit/FixPush.h"
 
 namespace {
 
@@ -67,58 +67,45 @@ std::string parseFixOptions(const std::vector<std::string>& words, size_t from, 
     return "";
 }
 
-// Checks the options of a fix; an empty string when they make a valid fix.
-std::string checkFix(const std::map<std::string, double>& v)
+// The fix the options give, or the complaint about them.
+std::string readingFromOptions(std::map<std::string, double>& v, FixReading* r)
 {
     for (const char* required : {"lon", "lat", "speed", "heading"}) {
         if (v.count(required) == 0) {
             return std::string("missing --") + required;
         }
     }
-    double lon = v.at("lon"), lat = v.at("lat"), speed = v.at("speed"), heading = v.at("heading");
-    if (lon < -180.0 || lon > 180.0) {
-        return "--lon " + formatNumber(lon) + " is outside [-180, 180] degrees";
+    r->longitude = v["lon"];
+    r->latitude = v["lat"];
+    r->speed = v["speed"];
+    r->heading = v["heading"];
+    if (v.count("time-ms") != 0) r->timeMs = v["time-ms"];
+    if (v.count("precision") != 0) r->precision = v["precision"];
+    switch (checkFix(*r)) {
+    case FIX_OK:
+        return "";
+    case FIX_LONGITUDE:
+        return "--lon " + formatNumber(r->longitude) + " is outside [-180, 180] degrees";
+    case FIX_LATITUDE:
+        return "--lat " + formatNumber(r->latitude) + " is outside [-90, 90] degrees";
+    case FIX_SPEED:
+        return "--speed " + formatNumber(r->speed) + " must be a speed >= 0 in m/s";
+    case FIX_HEADING:
+        return "--heading " + formatNumber(r->heading) + " is outside [0, 360) degrees";
+    case FIX_TIME:
+        return "--time-ms " + formatNumber(*r->timeMs) + " must be a whole number of ms within the minute (0..59999)";
+    default:
+        return "--precision " + formatNumber(*r->precision) + " must be >= 0 (99 means none)";
     }
-    if (lat < -90.0 || lat > 90.0) {
-        return "--lat " + formatNumber(lat) + " is outside [-90, 90] degrees";
-    }
-    if (speed < 0.0 || !std::isfinite((float)speed)) {
-        return "--speed " + formatNumber(speed) + " must be a speed >= 0 in m/s";
-    }
-    // Checked as stored: 359.99999999 would round to 360.0f.
-    float h = (float)heading;
-    if (!(h >= 0.0f && h < 360.0f)) {
-        return "--heading " + formatNumber(heading) + " is outside [0, 360) degrees";
-    }
-    if (v.count("time-ms") != 0) {
-        double ms = v.at("time-ms");
-        if (ms < 0.0 || ms > 59999.0 || ms != std::floor(ms)) {
-            return "--time-ms " + formatNumber(ms) + " must be a whole number of ms within the minute (0..59999)";
-        }
-    }
-    if (v.count("precision") != 0) {
-        double p = v.at("precision");
-        if (p < 0.0 || !std::isfinite((float)p)) {
-            return "--precision " + formatNumber(p) + " must be >= 0 (99 means none)";
-        }
-    }
-    return "";
-}
-
-// The time within the minute now, in ms, as a receiver would report it.
-int msWithinMinuteNow()
-{
-    struct timeval tv;
-    gettimeofday(&tv, nullptr);
-    return (int)((tv.tv_sec % 60) * 1000 + tv.tv_usec / 1000);
 }
 
 int gnssPush(const ToolArgs& args)
 {
     std::map<std::string, double> v;
+    FixReading reading;
     std::string bad = parseFixOptions(args.words, 1, {"lon", "lat", "speed", "heading", "time-ms", "precision"}, &v);
     if (bad.empty()) {
-        bad = checkFix(v);
+        bad = readingFromOptions(v, &reading);
     }
     if (!bad.empty()) {
         return usageError(bad + " (usage: gnss push --lon X --lat Y --speed V --heading H [--time-ms MS] "
@@ -128,49 +115,27 @@ int gnssPush(const ToolArgs& args)
     if (!listReady("gnss") || !listReady("trace")) {
         return EXIT_FAILURE_CODE;
     }
-
-    GNSS fix;
-    fix.position.longitude = v["lon"];
-    fix.position.latitude = v["lat"];
-    fix.position.lonHemisphere = v["lon"] < 0.0 ? 'W' : 'E';
-    fix.position.latHemisphere = v["lat"] < 0.0 ? 'S' : 'N';
-    fix.speed = (float)v["speed"];
-    fix.heading = (float)v["heading"];
-    if (v.count("precision") != 0) {
-        fix.precision = (float)v["precision"];
-    }
-    int ms = v.count("time-ms") != 0 ? (int)v["time-ms"] : msWithinMinuteNow();
-    fix.time.second = (int16_t)(ms / 1000);
-    fix.time.millisecond = (int16_t)(ms % 1000);
-    fix.refreshTime();
-    fix.refreshMovable2D();
-
     DevGNSSMng gnss(false);
-    gnss.gnss = fix;
-    if (guarded("gnss", [&] { return gnss.commit(); }) != 1) {
-        return failure("could not write the gnss list");
-    }
-
+    VehTraceMng trace(false);
+    GNSS fix;
     // The trace reports each insert on standard output; keep JSON output
     // clean by sending that line to standard error.
-    VehTraceMng trace(false);
     std::cout.flush();
     int savedOut = -1;
     if (args.json) {
         savedOut = dup(STDOUT_FILENO);
         dup2(STDERR_FILENO, STDOUT_FILENO);
     }
-    int rc = guarded("trace", [&] { return trace.operateSHMNotSafe(VehTraceMng::insertOneGNSS2Trace, &fix); });
+    int rc = guarded("gnss and trace", [&] { return pushFix(reading, &gnss, &trace, &fix); });
     std::cout.flush();
     if (savedOut >= 0) {
         dup2(savedOut, STDOUT_FILENO);
         close(savedOut);
     }
     if (rc != 1) {
-        return failure("fix stored, but could not add it to the trace");
-    }
-    if (guarded("trace", [&] { return trace.update(); }) != 1) {
-        return failure("fix stored and added to the trace, but could not read the trace back");
+        return failure(rc == -4   ? "fix stored and added to the trace, but could not read the trace back"
+                       : rc == -3 ? "fix stored, but could not add it to the trace"
+                                  : "could not write the gnss list");
     }
     int32_t index = trace.trace.index;
     int32_t count = trace.trace.count;
