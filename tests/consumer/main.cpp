@@ -1,12 +1,15 @@
 // Uses the installed libraries through every include form: the umbrella
-// header, a header by its subsystem folder and a unit-layer header. Passes a
+// header, a header by its subsystem folder and the unit-layer headers. Passes a
 // setting from an owner to a reader of the configuration list (run it in a
 // private IPC namespace), encodes a number big-endian and checks the lists
 // with the unit layer. Prints "consumer ok" on success.
 #include <v2xshm.h>
 #include <shm/DevConfigMng.h>
+#include <v2xshm-unit/FixPush.h>
+#include <v2xshm-unit/FrameWalk.h>
 #include <v2xshm-unit/LMMessageWriter.h>
 #include <v2xshm-unit/ListCheck.h>
+#include <v2xshm-unit/TargetBuild.h>
 
 #include <cstdio>
 #include <cstring>
@@ -40,7 +43,7 @@ int main()
 #endif
     std::vector<char> message;
     if (checkList("config").verdict != ListCheckResult::CONSISTENT || checkList("procs").verdict != procs ||
-        LMMessageWriter::writeNodeList({}, &message) != 6) {
+        LMMessageWriter::writeNodeList({}, &message) != 6 || checkFix(FixReading{}) != FIX_OK) {
         printf("consumer: the unit layer's check or writer failed\n");
         return 1;
     }
