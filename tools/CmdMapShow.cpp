@@ -91,22 +91,19 @@ int showMap(const ToolArgs& args)
     } else if (!args.words.empty()) {
         return usageError("usage: show map [--node ID]");
     }
-    if (!requireOwner(*findList("map"))) {
-        return EXIT_FAILURE_CODE;
-    }
-    LMNodeListMng mng(false);
-    if (!readList(mng, "map")) {
+    std::optional<LMNodeListMng> mng;
+    if (!openList(&mng, "map")) {
         return EXIT_FAILURE_CODE;
     }
     std::map<int64_t, LMNodeExtend> shown;
     if (oneNode) {
-        auto found = mng.nodes.find(nodeId);
-        if (found == mng.nodes.end()) {
+        auto found = mng->nodes.find(nodeId);
+        if (found == mng->nodes.end()) {
             return failure("no node " + std::to_string((long long)nodeId) + " in the map");
         }
         shown.insert(*found);
     } else {
-        shown.swap(mng.nodes);
+        shown.swap(mng->nodes);
     }
     if (args.json) {
         printJson(Json{{"count", shown.size()}, {"nodes", jsonValues(shown)}});

@@ -34,22 +34,19 @@ int showSignals(const ToolArgs& args)
     } else if (!args.words.empty()) {
         return usageError("usage: show signals [--node ID]");
     }
-    if (!requireOwner(*findList("lights"))) {
-        return EXIT_FAILURE_CODE;
-    }
-    LMTLListMng mng(false);
-    if (!readList(mng, "lights")) {
+    std::optional<LMTLListMng> mng;
+    if (!openList(&mng, "lights")) {
         return EXIT_FAILURE_CODE;
     }
     std::map<int64_t, LMTrafficLightExtend> shown;
     if (oneNode) {
-        auto found = mng.lights.find(nodeId);
-        if (found == mng.lights.end()) {
+        auto found = mng->lights.find(nodeId);
+        if (found == mng->lights.end()) {
             return failure("no light of node " + std::to_string(nodeId) + " in the light list");
         }
         shown.insert(*found);
     } else {
-        shown.swap(mng.lights);
+        shown.swap(mng->lights);
     }
     double now = TimeTool::getPreciseTimeNow();
     if (args.json) {
@@ -87,19 +84,16 @@ int showRsi(const ToolArgs& args)
     if (!args.words.empty()) {
         return usageError("usage: show rsi");
     }
-    if (!requireOwner(*findList("rsi"))) {
-        return EXIT_FAILURE_CODE;
-    }
-    LMRSIListMng mng(false);
-    if (!readList(mng, "rsi")) {
+    std::optional<LMRSIListMng> mng;
+    if (!openList(&mng, "rsi")) {
         return EXIT_FAILURE_CODE;
     }
     if (args.json) {
-        printJson(Json{{"count", mng.records.size()}, {"records", mng.records}});
+        printJson(Json{{"count", mng->records.size()}, {"records", mng->records}});
         return EXIT_OK;
     }
-    std::cout << "rsi: " << mng.records.size() << " records\n";
-    for (const LMRSIExtend& r : mng.records) {
+    std::cout << "rsi: " << mng->records.size() << " records\n";
+    for (const LMRSIExtend& r : mng->records) {
         std::cout << "  " << fieldText(r.sourceID, LMRSIBase::SOURCE_LEN) << "#" << r.infoID << " (code " << r.attrInt
                   << "), received " << agoText(r.getLatestRefreshTime(), TimeTool::getPreciseTimeNow()) << ", "
                   << r.points.size()
@@ -121,24 +115,21 @@ int showPhases(const ToolArgs& args)
     if (!args.words.empty()) {
         return usageError("usage: show phases");
     }
-    if (!requireOwner(*findList("phaseresult"))) {
-        return EXIT_FAILURE_CODE;
-    }
-    LMTLPhaseResMng mng(false);
-    if (!readList(mng, "phaseresult")) {
+    std::optional<LMTLPhaseResMng> mng;
+    if (!openList(&mng, "phaseresult")) {
         return EXIT_FAILURE_CODE;
     }
     if (args.json) {
-        printJson(Json{{"count", mng.phaseResults.size()}, {"phases", mng.phaseResults}});
+        printJson(Json{{"count", mng->phaseResults.size()}, {"phases", mng->phaseResults}});
         return EXIT_OK;
     }
-    for (const LMTLPhaseRes& r : mng.phaseResults) {
+    for (const LMTLPhaseRes& r : mng->phaseResults) {
         std::cout << "node " << int64Of(r.valueBytes1) << ", movement to " << int64Of(r.valueBytes2) << ", phase "
                   << (unsigned)r.valueByte1 << ": " << lightName(r.valueByte2)
                   << (r.valueInt < 0 ? ", change unknown" : ", changes in " + fixed(r.valueInt / 10.0, 1) + " s")
                   << "; computed " << agoText(r.getLatestRefreshTime(), TimeTool::getPreciseTimeNow()) << "\n";
     }
-    if (mng.phaseResults.empty()) {
+    if (mng->phaseResults.empty()) {
         std::cout << "no phase results published" << std::endl;
     }
     std::cout.flush();
@@ -150,22 +141,19 @@ int showRsiResults(const ToolArgs& args)
     if (!args.words.empty()) {
         return usageError("usage: show rsi-results");
     }
-    if (!requireOwner(*findList("rsiresult"))) {
-        return EXIT_FAILURE_CODE;
-    }
-    LMRSIResMng mng(false);
-    if (!readList(mng, "rsiresult")) {
+    std::optional<LMRSIResMng> mng;
+    if (!openList(&mng, "rsiresult")) {
         return EXIT_FAILURE_CODE;
     }
     if (args.json) {
-        printJson(Json{{"count", mng.rsiResults.size()}, {"results", mng.rsiResults}});
+        printJson(Json{{"count", mng->rsiResults.size()}, {"results", mng->rsiResults}});
         return EXIT_OK;
     }
-    for (const LMRSIRes& r : mng.rsiResults) {
+    for (const LMRSIRes& r : mng->rsiResults) {
         std::cout << "[" << (unsigned)r.valueByte1 << "] " << (unsigned)r.valueByte2
                   << " m: " << fieldText(r.text, LMRSIRes::TEXT_LEN) << "\n";
     }
-    if (mng.rsiResults.empty()) {
+    if (mng->rsiResults.empty()) {
         std::cout << "no RSI results published" << std::endl;
     }
     std::cout.flush();

@@ -1,6 +1,7 @@
 #ifndef V2XSHM_TOOLS_LOCALMAPFRONT_H
 #define V2XSHM_TOOLS_LOCALMAPFRONT_H
 
+#include <optional>
 #include <string>
 
 #include "ToolCommon.h"
@@ -32,6 +33,19 @@ bool readList(Mng& mng, const char* listName)
         return false;
     }
     return true;
+}
+
+// A list read by a command: made (into *mng) only once its owner is seen, as
+// a non-owner manager would otherwise create the segment, then read. Prints
+// why not and returns false when either fails.
+template <typename Mng>
+bool openList(std::optional<Mng>* mng, const char* listName)
+{
+    if (!requireOwner(*findList(listName))) {
+        return false;
+    }
+    mng->emplace(false);
+    return readList(**mng, listName);
 }
 
 #endif
