@@ -11,7 +11,7 @@ Json targetHead(const TargetBase& t)
 }
 
 template <typename Rec>
-void printList(const RecordListView<Rec>& view)
+Json listOf(const RecordListView<Rec>& view)
 {
     Json records = Json::array();
     for (const Rec& r : view.records) {
@@ -19,7 +19,7 @@ void printList(const RecordListView<Rec>& view)
         record["age"] = jsonNumber(view.now - r.latestRefreshTime);
         records.push_back(record);
     }
-    printJson(Json{{"list", view.list}, {"count", view.records.size()}, {"records", records}});
+    return Json{{"list", view.list}, {"count", view.records.size()}, {"records", records}};
 }
 
 }  // namespace
@@ -57,11 +57,16 @@ void to_json(Json& j, const TgtCollision& c)
     j.update(Json(static_cast<const IF_PTCBase&>(c)));
 }
 
-void printJson(const RecordListView<PTC>& view) { printList(view); }
-void printJson(const RecordListView<OBU>& view) { printList(view); }
-void printJson(const RecordListView<RSU>& view) { printList(view); }
-void printJson(const RecordListView<TargetBase>& view) { printList(view); }
-void printJson(const RecordListView<TgtCollision>& view) { printList(view); }
+Json recordListJson(const RecordListView<PTC>& view) { return listOf(view); }
+Json recordListJson(const RecordListView<OBU>& view) { return listOf(view); }
+Json recordListJson(const RecordListView<RSU>& view) { return listOf(view); }
+Json recordListJson(const RecordListView<TargetBase>& view) { return listOf(view); }
+Json recordListJson(const RecordListView<TgtCollision>& view) { return listOf(view); }
+void printJson(const RecordListView<PTC>& view) { printJson(listOf(view)); }
+void printJson(const RecordListView<OBU>& view) { printJson(listOf(view)); }
+void printJson(const RecordListView<RSU>& view) { printJson(listOf(view)); }
+void printJson(const RecordListView<TargetBase>& view) { printJson(listOf(view)); }
+void printJson(const RecordListView<TgtCollision>& view) { printJson(listOf(view)); }
 
 void printJson(const PushResult& result)
 {

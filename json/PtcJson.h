@@ -34,6 +34,11 @@ struct RecordListView {
     const std::vector<Rec>& records;
     double now;
 };
+Json recordListJson(const RecordListView<PTC>& view);
+Json recordListJson(const RecordListView<OBU>& view);
+Json recordListJson(const RecordListView<RSU>& view);
+Json recordListJson(const RecordListView<TargetBase>& view);
+Json recordListJson(const RecordListView<TgtCollision>& view);
 void printJson(const RecordListView<PTC>& view);
 void printJson(const RecordListView<OBU>& view);
 void printJson(const RecordListView<RSU>& view);

@@ -12,6 +12,7 @@
 #include <map>
 
 #include "LocalMapFront.h"
+#include "ListViewJson.h"
 #include "LocalMapJson.h"
 #include "localmap/LMNodeListMng.h"
 
@@ -106,7 +107,7 @@ int showMap(const ToolArgs& args)
         shown.swap(mng->nodes);
     }
     if (args.json) {
-        printJson(Json{{"count", shown.size()}, {"nodes", jsonValues(shown)}});
+        printJson(nodeListJson(shown));
         return EXIT_OK;
     }
     if (!oneNode) {

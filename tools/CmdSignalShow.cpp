@@ -12,6 +12,7 @@
 
 #include "ApproachJson.h"
 #include "LocalMapFront.h"
+#include "ListViewJson.h"
 #include "LocalMapJson.h"
 #include "localmap/LMRSIListMng.h"
 #include "localmap/LMRSIResMng.h"
@@ -50,11 +51,7 @@ int showSignals(const ToolArgs& args)
     }
     double now = TimeTool::getPreciseTimeNow();
     if (args.json) {
-        Json lights = Json::array();
-        for (const auto& e : shown) {
-            lights.push_back(lightNowJson(e.second, now - e.second.getLatestRefreshTime()));
-        }
-        printJson(Json{{"count", shown.size()}, {"lights", lights}});
+        printJson(lightListJson(shown, now));
         return EXIT_OK;
     }
     if (!oneNode) {
@@ -89,7 +86,7 @@ int showRsi(const ToolArgs& args)
         return EXIT_FAILURE_CODE;
     }
     if (args.json) {
-        printJson(Json{{"count", mng->records.size()}, {"records", mng->records}});
+        printJson(rsiListJson(mng->records));
         return EXIT_OK;
     }
     std::cout << "rsi: " << mng->records.size() << " records\n";
@@ -120,7 +117,7 @@ int showPhases(const ToolArgs& args)
         return EXIT_FAILURE_CODE;
     }
     if (args.json) {
-        printJson(Json{{"count", mng->phaseResults.size()}, {"phases", mng->phaseResults}});
+        printJson(phaseResultListJson(mng->phaseResults));
         return EXIT_OK;
     }
     for (const LMTLPhaseRes& r : mng->phaseResults) {
@@ -146,7 +143,7 @@ int showRsiResults(const ToolArgs& args)
         return EXIT_FAILURE_CODE;
     }
     if (args.json) {
-        printJson(Json{{"count", mng->rsiResults.size()}, {"results", mng->rsiResults}});
+        printJson(rsiResultListJson(mng->rsiResults));
         return EXIT_OK;
     }
     for (const LMRSIRes& r : mng->rsiResults) {
