@@ -32,6 +32,8 @@ int cmdMap(const ToolArgs& args);
 // information evaluated and published; show location
 int cmdLocate(const ToolArgs& args);
 int cmdShowLocation(const ToolArgs& args);
+// serve/CmdServe.cpp: the live page, until SIGINT or SIGTERM
+int cmdServe(const ToolArgs& args);
 
 // CmdFrame.cpp: frame decode | build; show comm | ui; comm log
 int cmdFrame(const ToolArgs& args);

@@ -226,6 +226,8 @@ int main(int argc, char** argv)
     f.words(nullptr, "locate", "locate a vehicle in the map and publish the result, the lights and the road-side "
                                "information of its approach",
             "LON LAT HEADING_DEG | --gnss", {}, cmdLocate);
+    f.words(nullptr, "serve", "serve a live page of the unit: the map, the approach, each list's JSON (GET only)",
+            "[--bind ADDRESS] [--port PORT]", {}, cmdServe);
 
     CLI::App* signal = f.words(nullptr, "signal", "the traffic-light list", "load FILE | age", {}, cmdSignal);
     f.words(signal, "load", "check a light list file, then load it", "FILE", {"load"}, cmdSignal);
