@@ -13,11 +13,25 @@
 # bearing; once it falls silent it leaves the lists 2 s after its last report.
 # Finally stop the owner and show that nothing is left.
 #
-# Usage: scripts/demo.sh    (builds the host tool into build/demo if needed,
+# With --serve, the session stops before the drive and shows the unit in a
+# browser instead: the live page (`v2xshm serve`, on 127.0.0.1) while the car
+# drives up Mill Rd again and again in real time, until Ctrl-C.
+#
+# Usage: scripts/demo.sh [--serve [PORT]]
+#                           (builds the host tool into build/demo if needed,
 #                            without tests or benchmarks; V2XSHM_BUILD_DIR
 #                            names another build directory, such as one the
-#                            test command made)
+#                            test command made; the page's port is 8080
+#                            unless given)
 set -euo pipefail
+
+SERVE_PORT=""
+if [ "${1:-}" = --serve ]; then
+    SERVE_PORT="${2:-8080}"
+elif [ $# -gt 0 ]; then
+    echo "usage: scripts/demo.sh [--serve [PORT]]" >&2
+    exit 2
+fi
 
 ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 BUILD="${V2XSHM_BUILD_DIR:-$ROOT/build/demo}"
@@ -26,7 +40,7 @@ BUILD="${V2XSHM_BUILD_DIR:-$ROOT/build/demo}"
 # Only what the tool needs: no test or benchmark packages.
 setup() {
     local need=() pkg
-    for pkg in cmake ninja-build g++ libcli11-dev nlohmann-json3-dev util-linux; do
+    for pkg in cmake ninja-build g++ libcli11-dev nlohmann-json3-dev util-linux ${SERVE_PORT:+libcpp-httplib-dev}; do
         dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg")
     done
     if [ ${#need[@]} -gt 0 ]; then
@@ -42,6 +56,10 @@ setup() {
         echo "== configuring $BUILD"
         cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
             -DBUILD_TESTING=OFF -DV2XSHM_BUILD_BENCH=OFF >/dev/null
+    fi
+    # Configured before the HTTP library was installed: look for it again.
+    if [ -n "$SERVE_PORT" ] && ! grep -q '^V2XSHM_TOOL_SERVE:INTERNAL=1' "$BUILD/CMakeCache.txt"; then
+        cmake -U '*HTTPLIB*' "$BUILD" >/dev/null
     fi
     echo "== building the v2xshm tool (the first run compiles the library: about 5 minutes on 2 idle cores)"
     build_tool
@@ -80,7 +98,9 @@ TOOL="$V2XSHM_TOOL"
 MAKESAMPLE="$V2XSHM_MAKESAMPLE"
 WORK="$(mktemp -d)"
 OWNER_PID=""
-trap '[ -n "$OWNER_PID" ] && kill -KILL "$OWNER_PID" 2>/dev/null; rm -rf "$WORK"' EXIT
+SERVE_PID=""
+trap '[ -n "$SERVE_PID" ] && kill -TERM "$SERVE_PID" 2>/dev/null
+      [ -n "$OWNER_PID" ] && kill -KILL "$OWNER_PID" 2>/dev/null; rm -rf "$WORK"' EXIT
 
 step() {
     echo
@@ -126,7 +146,7 @@ step_status() {
 
 step_stop_owner() {
     step "Stop the owner: it removes its segments and semaphores"
-    run kill -TERM "$OWNER_PID"
+    run kill -TERM "$OWNER_PID" 2>/dev/null || true
     wait "$OWNER_PID" || true
     OWNER_PID=""
     tail -n 1 "$WORK/owner.out"
@@ -171,6 +191,33 @@ step_signal() {
     "$TOOL" show signals --node 1001 | grep 'phase'
 }
 
+# The drive's steps: its time, the car's place north of the centre and its
+# position, and whether it is past the stop line.
+drive_steps() {
+    awk 'BEGIN { for (i = 0; i < 400; i++) { n = -120 + 1.25 * i
+        printf "%.1f %.2f %.9f %.9f %d\n", i / 10, n, 120.12 + 5.25 / (111195 * 0.8660254037844387),
+               30 + n / 111195, (n > -15) } }'
+}
+
+# The other vehicle's place at each step: 140 m east at first, 0.8 m closer
+# each step, until its stop line 15 m east of the centre (step 156).
+obu_places() {
+    awk 'BEGIN { for (i = 0; i <= 156; i++) printf "--lon %.9f --lat %.9f\n",
+        120.12 + (140 - 0.8 * i) / (111195 * 0.8660254037844387), 30 + 5.25 / 111195 }'
+}
+
+# push_step I T LON LAT: what the unit's receiving processes store at step I
+# (T seconds into the drive): the car's fix, the controller's lights and the
+# other vehicle's report (obu_at holds its places).
+push_step() {
+    "$TOOL" gnss push --lon "$3" --lat "$4" --speed 12.5 --heading 0 --time-ms $(( ($1 * 100) % 60000 )) >/dev/null
+    # After the fix: locate takes the light at the fix's moment, and a
+    # light received later as it was sent, however long the step takes.
+    "$MAKESAMPLE" signal "$WORK/lights.tl" --at "$2" >/dev/null
+    "$TOOL" signal load "$WORK/lights.tl" >/dev/null
+    "$TOOL" obu push --id obu-b ${obu_at[$(($1 < 156 ? $1 : 156))]} --speed 8 --heading 270 >/dev/null
+}
+
 step_drive() {
     step "Drive north on Mill Rd through the intersection: a fix every 100 ms of simulated time"
     echo "Each step runs, as the unit's processes would:"
@@ -191,26 +238,14 @@ step_drive() {
     echo "locate gives the light of the car's movement (straight on to node 1003, phase 2) at the moment"
     echo "of the fix, with the seconds until it changes, and the road-side information on its link."
     echo
-    # Per step: its time and the car's place, then the other vehicle: 140 m
-    # east at first, 0.8 m closer each step, until its stop line 15 m east of
-    # the centre (step 156).
     local steps=() obu_at=()
-    mapfile -t steps < <(awk 'BEGIN { for (i = 0; i < 400; i++) { n = -120 + 1.25 * i
-        printf "%.1f %.2f %.9f %.9f %d\n", i / 10, n, 120.12 + 5.25 / (111195 * 0.8660254037844387),
-               30 + n / 111195, (n > -15) } }')
-    mapfile -t obu_at < <(awk 'BEGIN { for (i = 0; i <= 156; i++) printf "--lon %.9f --lat %.9f\n",
-        120.12 + (140 - 0.8 * i) / (111195 * 0.8660254037844387), 30 + 5.25 / 111195 }')
+    mapfile -t steps < <(drive_steps)
+    mapfile -t obu_at < <(obu_places)
     printf '%6s %9s  %s\n' "time" "north" "matched node and link, distance to the stop line, speed limits"
-    local i=0 t north lon lat past ms out target signal rsi misses=0
+    local i=0 t north lon lat past out target signal rsi misses=0
     while [ "$misses" -lt 3 ] && [ "$i" -lt ${#steps[@]} ]; do
         read -r t north lon lat past <<<"${steps[$i]}"
-        ms=$(( (i * 100) % 60000 ))
-        "$TOOL" gnss push --lon "$lon" --lat "$lat" --speed 12.5 --heading 0 --time-ms "$ms" >/dev/null
-        # After the fix: locate takes the light at the fix's moment, and a
-        # light received later as it was sent, however long the step takes.
-        "$MAKESAMPLE" signal "$WORK/lights.tl" --at "$t" >/dev/null
-        "$TOOL" signal load "$WORK/lights.tl" >/dev/null
-        "$TOOL" obu push --id obu-b ${obu_at[$((i < 156 ? i : 156))]} --speed 8 --heading 270 >/dev/null
+        push_step "$i" "$t" "$lon" "$lat"
         target=$("$TOOL" targets build | sed -nE 's/^  type 2  distance ([0-9.]+ m)  bearing (.* deg( \([a-z]+\))?)  local .* id "obu-b".*/obu-b \1, \2/p')
         # Limits in km/h only, to keep each step on one line.
         out=$("$TOOL" locate --gnss | sed -E 's| [0-9.]+ m/s \(([0-9.]+ km/h)\)| \1|g')
@@ -257,6 +292,54 @@ step_aging() {
     v2xshm targets build
     v2xshm id next
 }
+
+# The live page while the car drives laps in real time (a step every 100 ms,
+# as the fixes come), until Ctrl-C.
+step_serve() {
+    step "The live page: the picture of the intersection, the approach and every list, in a browser"
+    "$TOOL" serve --port "$SERVE_PORT" >"$WORK/serve.out" 2>&1 &
+    SERVE_PID=$!
+    for _ in $(seq 100); do
+        grep -q '^serving ' "$WORK/serve.out" && break
+        sleep 0.05
+    done
+    grep -q '^serving ' "$WORK/serve.out" || { cat "$WORK/serve.out" >&2; exit 1; }
+    echo "Open http://127.0.0.1:$SERVE_PORT/ in a browser. The car drives up Mill Rd again and again"
+    echo "(each lap 40 s, a fix every 100 ms); the other vehicle comes along Harbour St. Ctrl-C ends the demo."
+    local steps=() obu_at=() stop="" lap=0 i t north lon lat past begun
+    mapfile -t steps < <(drive_steps)
+    mapfile -t obu_at < <(obu_places)
+    trap 'stop=1' INT TERM
+    while [ -z "$stop" ]; do
+        lap=$((lap + 1))
+        echo "lap $lap"
+        begun=$EPOCHREALTIME
+        for ((i = 0; i < ${#steps[@]} && ! ${#stop}; i++)); do
+            read -r t north lon lat past <<<"${steps[$i]}"
+            { push_step "$i" "$t" "$lon" "$lat" && "$TOOL" targets build >/dev/null &&
+                "$TOOL" locate --gnss >/dev/null; } 2>/dev/null || true
+            sleep "$(awk -v b="$begun" -v t="$t" -v now="$EPOCHREALTIME" \
+                'BEGIN { w = b + t + 0.1 - now; printf "%.3f", (w > 0 ? w : 0) }')" || true
+        done
+    done
+    trap - INT TERM
+    echo
+    # A Ctrl-C at the terminal reaches the server and the owner as well:
+    # either may have ended already.
+    kill -TERM "$SERVE_PID" 2>/dev/null || true
+    wait "$SERVE_PID" || true
+    SERVE_PID=""
+}
+
+if [ -n "$SERVE_PORT" ]; then
+    step_start_owner
+    step_map
+    step_signal
+    step_serve
+    step_stop_owner
+    step_nothing_left
+    exit 0
+fi
 
 step_start_owner
 step_config
