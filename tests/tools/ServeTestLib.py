@@ -1,6 +1,7 @@
 """Helpers for the live page's tests: the tool's processes, HTTP requests and
 the sample intersection's drive. Run inside private IPC and network
 namespaces (loopback only), so fixed keys and ports are safe."""
+import atexit
 import http.client
 import json
 import subprocess
@@ -28,6 +29,9 @@ class Unit:
     def __init__(self, argv, work):
         self.tool, self.sample, self.data, self.work = argv[1], argv[2], argv[3], work
         self.owner = self.server = None
+        self.started = []
+        # A failing test leaves nothing running that would keep its output open.
+        atexit.register(lambda: [p.kill() for p in self.started if p.poll() is None])
 
     def run(self, *args):
         return subprocess.run([self.tool, *args], capture_output=True, text=True, timeout=30)
@@ -37,6 +41,7 @@ class Unit:
 
     def start(self, *args, ready):
         proc = subprocess.Popen([self.tool, *args], stdout=subprocess.PIPE, text=True)
+        self.started.append(proc)
         line = proc.stdout.readline()
         assert line.startswith(ready), "%s: %r" % (args, line)
         return proc
