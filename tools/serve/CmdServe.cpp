@@ -3,10 +3,7 @@
 // The live page of the unit: the picture of the local map, the approach and
 // the lists, in a browser (see LiveServer.h).
 #include "Commands.h"
-
-#ifdef V2XSHM_WITH_SERVE
-#include "LiveServer.h"
-#endif
+#include "serve/LiveServer.h"
 
 int cmdServe(const ToolArgs& args)
 {
