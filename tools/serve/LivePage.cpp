@@ -75,8 +75,9 @@ function showTargets(s) {
   const table = el("table");
   for (const t of s.targets) {
     const tr = el("tr");
+    const deg = Math.round(t.angle * 180 / Math.PI);  // radians from the heading, positive to the right
     tr.append(el("td", t.id || ("#" + t.localID)), el("td", Math.round(t.distance) + " m"),
-              el("td", Math.round(t.angle) + " deg"));
+              el("td", Math.abs(deg) + " deg " + (deg > 0 ? "right" : deg < 0 ? "left" : "ahead")));
     table.append(tr);
   }
   box.append(table);
