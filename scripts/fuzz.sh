@@ -9,15 +9,14 @@
 # Builds the fuzz targets with clang (libFuzzer, AddressSanitizer,
 # UndefinedBehaviorSanitizer) into build/fuzz and runs each target in a
 # private IPC namespace from its committed, minimised corpus in
-# fuzz/corpus/TARGET plus the seeds that the message writers make. The bounded
+# fuzz/corpus/TARGET plus the committed seeds in fuzz/seeds/TARGET. The bounded
 # run lasts FUZZ_SECONDS (default and minimum 60) per target. Any crash,
 # sanitizer report, leak or broken promise fails the script; the failing input
 # is kept in build/fuzz/artifacts/TARGET/ and can be replayed with
 #   unshare --ipc --map-root-user build/fuzz/fuzz/fuzz_TARGET FILE
 set -eu
 
-# Every fuzz target, by the name after fuzz_; fuzz_seeds KIND DIR writes the
-# seeds of each.
+# Every fuzz target, by the name after fuzz_.
 ALL_TARGETS="nodelist framestream rtcm tllist rsilist"
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -44,7 +43,7 @@ cmake -S "$root" -B "$build" -G Ninja \
     -DCMAKE_SHARED_LINKER_FLAGS="$sanitizers" \
     -DV2XSHM_BUILD_FUZZ=ON -DV2XSHM_BUILD_TESTS=OFF -DV2XSHM_BUILD_TOOLS=OFF -DV2XSHM_BUILD_BENCH=OFF \
     >"$build/configure.log" 2>&1 || { cat "$build/configure.log"; exit 1; }
-ninja_targets="fuzz_seeds"
+ninja_targets=""
 for t in $targets; do
     ninja_targets="$ninja_targets fuzz_$t"
 done
@@ -56,12 +55,11 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-halt_on_error=1:print_stacktrace=1}
 options="-max_len=16384 -timeout=10 -rss_limit_mb=1024 -print_final_stats=1"
 for t in $targets; do
     corpus=$root/fuzz/corpus/$t
-    seeds=$build/corpus/$t/seeds
+    seeds=$root/fuzz/seeds/$t
     work=$build/corpus/$t/work
     artifacts=$build/artifacts/$t
-    rm -rf "$seeds" "$work" "$artifacts"
-    mkdir -p "$corpus" "$seeds" "$work" "$artifacts"
-    "$build/fuzz/fuzz_seeds" "$t" "$seeds"
+    rm -rf "$work" "$artifacts"
+    mkdir -p "$corpus" "$work" "$artifacts"
     # New inputs go to the work corpus; the committed corpus and the seeds
     # are read only, so that a bounded run never changes the source tree.
     if $long; then
