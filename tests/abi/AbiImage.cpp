@@ -4,15 +4,17 @@
 //
 //   v2xshm_abi_image write   owns the lists, fills them, prints "ready" and
 //                            keeps them until SIGTERM/SIGINT (120 s at most)
-//   v2xshm_abi_image read    attaches as a non-owner and checks every value
-//                            and every byte against bytes built by hand
+//   v2xshm_abi_image read DIR
+//                            attaches as a non-owner and checks every byte of
+//                            each list against DIR/LIST.bin (the bytes after
+//                            the file's end are zeros)
 //
 // Exit codes: 0 match, 1 mismatch or no image, 2 usage, 3 writer timed out.
-// The expected bytes are put together byte by byte from the documented
-// layouts (little-endian on both ABIs), not from the library's structures.
-// The records' sizes and offsets are pinned by the headers' static_asserts,
-// compiled for both ABIs; what is left to show here is that the managers of
-// each ABI write and read the same lists.
+// The committed images (tests/abi/images) were checked once against bytes
+// put together by hand from the documented layouts (little-endian on both
+// ABIs). The records' sizes and offsets are pinned by the headers'
+// static_asserts, compiled for both ABIs; what is left to show here is that
+// the managers of each ABI write and read the same lists.
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -37,28 +39,13 @@ namespace {
 
 constexpr int WRITER_TIMEOUT_S = 120;
 
-// Bytes put together by hand, little-endian.
-struct Image {
+// The value's bytes, little-endian.
+std::vector<uint8_t> le(uint64_t value, int width)
+{
     std::vector<uint8_t> bytes;
-    Image& le(uint64_t value, int width)
-    {
-        for (int i = 0; i < width; ++i) bytes.push_back((uint8_t)(value >> (8 * i)));
-        return *this;
-    }
-    // The bytes, with zeros after them up to the list's whole size.
-    std::vector<uint8_t> upTo(size_t size)
-    {
-        bytes.resize(size, 0);
-        return bytes;
-    }
-    // n bytes of src, then zeros up to `width`.
-    Image& raw(const void* src, size_t n, size_t width)
-    {
-        bytes.insert(bytes.end(), (const uint8_t*)src, (const uint8_t*)src + n);
-        bytes.resize(bytes.size() + width - n, 0);
-        return *this;
-    }
-};
+    for (int i = 0; i < width; ++i) bytes.push_back((uint8_t)(value >> (8 * i)));
+    return bytes;
+}
 
 // ---- the configuration list, in ascending key order as the list keeps it ----
 // The value's bits for types 1 to 3, its text for type 4.
@@ -79,18 +66,7 @@ constexpr int CONFIG_COUNT = sizeof CONFIG_CASES / sizeof CONFIG_CASES[0];
 std::vector<uint8_t> valueOf(const ConfigCase& c)
 {
     if (c.type == 4) return std::vector<uint8_t>(c.text, c.text + strlen(c.text) + 1);
-    return Image().le(c.bits, c.type == 1 ? 1 : (c.type == 2 ? 4 : 8)).bytes;
-}
-
-// count (int32), then 128 entries of key[16], dataType (int32), value[32].
-std::vector<uint8_t> expectedConfigImage()
-{
-    Image img = Image().le(CONFIG_COUNT, 4);
-    for (const ConfigCase& c : CONFIG_CASES) {
-        std::vector<uint8_t> value = valueOf(c);
-        img.raw(c.key, strlen(c.key), 16).le(c.type, 4).raw(value.data(), value.size(), 32);
-    }
-    return img.upTo(DevConfigMng::SHM_SIZE);
+    return le(c.bits, c.type == 1 ? 1 : (c.type == 2 ? 4 : 8));
 }
 
 // Stamp 1700000000.123456, longitude 116.3912757, latitude -39.9061,
@@ -128,30 +104,6 @@ bool fillStatusLists(DevUIClientMng* ui, CommRecordMng* records, CommSumMng* sum
     return ok;
 }
 
-// count, then per client: stamp, firstId[20], secondId[16], clientType.
-std::vector<uint8_t> expectedUIImage()
-{
-    return Image().le(2, 4).le(STAMP, 8).raw("tablet", 6, 20).raw("driver", 6, 16).le(2, 4)
-        .le(STAMP, 8).raw(FIRST_20, 20, 20).raw(SECOND_16, 16, 16).le(3, 4).upTo(DevUIClientMng::SHM_SIZE);
-}
-
-// latestIndex, count, slot 0 never written, slots 1 and 2 (stamp, type,
-// peer, length, reserved[2], detail[16]).
-std::vector<uint8_t> expectedRecordImage()
-{
-    return Image().le(2, 4).le(2, 4).raw("", 0, 38)
-        .le(STAMP, 8).le(1, 4).le((uint32_t)-7, 4).le(0xFFFFFFFFu, 4).le(0xA2A1, 2).raw(DETAIL_16, 16, 16)
-        .le(STAMP, 8).le(2, 4).le(9, 4).le(5, 4).le(0, 2).raw("x", 1, 16).upTo(CommRecordMng::SHM_SIZE);
-}
-
-// Totals per type, the peer count, then rows of peerId and the type totals.
-std::vector<uint8_t> expectedSumImage()
-{
-    return Image().le(1, 4).le(0xFFFFFFFFu, 8).le(1, 4).le(5, 8).le(2, 4)
-        .le((uint32_t)-7, 4).le(1, 4).le(0xFFFFFFFFu, 8).le(0, 4).le(0, 8)
-        .le(9, 4).le(0, 4).le(0, 8).le(1, 4).le(5, 8).upTo(CommSumMng::SHM_SIZE);
-}
-
 // ---- the collision list: participant, target and collision parts ---------
 void fillBase(IF_PTCBase* p, const char* id)
 {
@@ -170,31 +122,9 @@ TgtCollision filledCollision()
     return t;
 }
 
-// Stamp, localID, id[16], the GNSS fix (105), the size (3 x int32).
-Image& baseImage(Image& img, const char* id)
-{
-    img.le(STAMP, 8).le(0x1234, 2).raw(id, strlen(id), 16);
-    img.le(STAMP, 8).raw("", 0, 14).le('N', 1).le('E', 1).le(LON, 8).le(LAT, 8).le(0, 8);
-    img.le(0x41580000, 4).le(0x43870000, 4).le(0, 8).le(0, 3).le(0x42C60000, 4).raw("", 0, 34);  // 13.5, 270, 99
-    return img.le(180, 4).le(450, 4).le(150, 4);
-}
-
-std::vector<uint8_t> expectedCollisionImage()
-{
-    Image img;
-    baseImage(img.le(1, 4), "abi-tgt").le(2, 1).le(HEADING, 8).le(ALT, 8).le(12, 1).raw("", 0, 32);
-    img.le(0x400C000000000000ull, 8);  // 3.5
-    // The other slots hold fresh records: the fix's 'N', 'E' and 99.0, distance and collision 9999.0.
-    for (int i = 1; i < TgtCollisionMng::CAPACITY; ++i) {
-        img.raw("", 0, 48).le('N', 1).le('E', 1).raw("", 0, 43).le(0x42C60000, 4).raw("", 0, 34 + 12 + 1 + 8);
-        img.le(0x40C3878000000000ull, 8).raw("", 0, 33).le(0x40C3878000000000ull, 8);
-    }
-    return img.bytes;
-}
-
 // ---- the light list, the RSI list and their result lists -------------------
-// Floats by their bits: 12.5, -1.0 (no time given), 3.0, 0.25.
-constexpr uint32_t F12_5 = 0x41480000, F_NONE = 0xBF800000, F3 = 0x40400000, F0_25 = 0x3E800000;
+// Floats by their bits: 12.5, 3.0, 0.25.
+constexpr uint32_t F12_5 = 0x41480000, F3 = 0x40400000, F0_25 = 0x3E800000;
 
 
 // Two lights given in reverse key order; the first has a phase with two
@@ -236,51 +166,6 @@ bool fillSignalLists(LMTLListMng* lights, LMRSIListMng* rsi, LMTLPhaseResMng* ph
     return lights->commit() == 1 && rsi->commit() == 1 && phases->commit() == 1 && results->commit() == 1;
 }
 
-// count, then each light in key order: stamp, id, status[2], timeStamp,
-// timeConfidence, phase count, and each phase (phaseID, phaseAttr, state
-// count, states of light, six times as floats and a confidence) by phaseID.
-std::vector<uint8_t> expectedLightImage()
-{
-    Image img = Image().le(2, 4).le(STAMP, 8).le((uint64_t)-2, 8).le(0x5AA5, 2).le((uint16_t)-300, 2).le(9, 1).le(2, 4);
-    img.le(1, 1).le(0, 1).le(0, 4).le(7, 1).le(0x81, 1).le(2, 4);  // phase 1 without states, phase 7
-    for (uint8_t code : {3, 6}) {
-        img.le(code, 1).le(code == 3 ? F12_5 : F3, 4).le(F_NONE, 4).le(F_NONE, 4).le(F0_25, 4).le(code, 1);
-        img.le(F_NONE, 4).le(F_NONE, 4);
-    }
-    img.le(0, 8).le(0x0102030405060708, 8).le(0, 5).le(0, 4);
-    return img.upTo(LMTLListMng::SHM_SIZE);
-}
-
-// count, then each record in order: stamp, position, infoID, sourceID[16],
-// attrInt, attrShort, text[256], attrByte, attrFloat, point count, points.
-std::vector<uint8_t> expectedRSIImage()
-{
-    Image img = Image().le(2, 4).le(STAMP, 8).le('N', 1).le('E', 1).le(LON, 8).le(LAT, 8).le(ALT, 8);
-    img.le((uint16_t)-5, 2).raw(SECOND_16, 16, 16).le(0x80000000u, 4).le(0x1234, 2).raw("road works", 10, 256);
-    img.le(0xEE, 1).le(F12_5, 4).le(2, 4);
-    img.le('S', 1).le('E', 1).le(LON, 8).le(0, 8).le(0, 8).le(ALT, 8);
-    img.le('N', 1).le('E', 1).le(0, 8).le(LAT, 8).le(0, 8).le(0, 8);
-    img.le(0, 8).le('N', 1).le('E', 1).raw("", 0, 24 + 2 + 16 + 4 + 2 + 256 + 1 + 4).le(0, 4);
-    return img.upTo(LMRSIListMng::SHM_SIZE);
-}
-
-// count, then 16 records of stamp, valueInt, two bytes, two 8-byte fields.
-std::vector<uint8_t> expectedPhaseResImage()
-{
-    Image img = Image().le(2, 4);
-    for (int i = 0; i < 2; ++i) {
-        img.le(STAMP, 8).le(0xFFFFFFFFu, 4).le(0x0706, 2).raw("12345678", 8, 8).le(0xFF00000000000000ull, 8);
-    }
-    return img.upTo(LMTLPhaseResMng::SHM_SIZE);
-}
-
-// count, then 32 records of stamp, two bytes, text[256].
-std::vector<uint8_t> expectedRSIResImage()
-{
-    return Image().le(1, 4).le(STAMP, 8).le(0x0201, 2).raw(std::string(256, 'x').data(), 256, 256)
-        .upTo(LMRSIResMng::SHM_SIZE);
-}
-
 // Every list of the check: the writer owns them, the reader attaches.
 struct Lists {
     bool owner;
@@ -311,21 +196,32 @@ bool sameImage(const char* what, const std::vector<uint8_t>& got, const std::vec
     return i == want.size();
 }
 
-int readAndCheck()
+// The committed image of a list, zeros up to `size` after it.
+std::vector<uint8_t> imageFile(const std::string& path, size_t size)
+{
+    std::vector<uint8_t> bytes(size, 0);
+    FILE* f = fopen(path.c_str(), "rb");
+    size_t n = f != nullptr ? fread(bytes.data(), 1, size, f) : 0;
+    if (f == nullptr || n == 0) printf("%s: cannot read\n", path.c_str());
+    if (f != nullptr) fclose(f);
+    return bytes;
+}
+
+int readAndCheck(const std::string& dir)
 {
     printf("reader (%s):\n", ABI);
     Lists l{false};
-    const struct { const char* name; IF_SHM* mng; std::vector<uint8_t> want; } lists[] = {
-        {"config list", &l.config, expectedConfigImage()}, {"ui client list", &l.ui, expectedUIImage()}, {"message ring", &l.commRecords, expectedRecordImage()},
-        {"message totals", &l.commSums, expectedSumImage()},
-        {"collision list", &l.collisions, expectedCollisionImage()}, {"light list", &l.lights, expectedLightImage()},
-        {"rsi list", &l.rsi, expectedRSIImage()}, {"phase results", &l.phases, expectedPhaseResImage()},
-        {"rsi results", &l.results, expectedRSIResImage()}};
+    const struct { const char* name; IF_SHM* mng; size_t size; } lists[] = {
+        {"config", &l.config, DevConfigMng::SHM_SIZE}, {"ui", &l.ui, DevUIClientMng::SHM_SIZE},
+        {"ring", &l.commRecords, CommRecordMng::SHM_SIZE}, {"totals", &l.commSums, CommSumMng::SHM_SIZE},
+        {"collisions", &l.collisions, TgtCollisionMng::SHM_SIZE}, {"lights", &l.lights, LMTLListMng::SHM_SIZE},
+        {"rsi", &l.rsi, LMRSIListMng::SHM_SIZE}, {"phases", &l.phases, LMTLPhaseResMng::SHM_SIZE},
+        {"rsiresults", &l.results, LMRSIResMng::SHM_SIZE}};
     bool ok = true;
     for (const auto& list : lists) {
-        std::vector<uint8_t> image(list.want.size());
-        ok = list.mng->updateFromSHM(image.data(), (int)image.size()) == 1 && sameImage(list.name, image, list.want)
-          && ok;
+        std::vector<uint8_t> image(list.size);
+        ok = list.mng->updateFromSHM(image.data(), (int)image.size()) == 1
+          && sameImage(list.name, image, imageFile(dir + "/" + list.name + ".bin", list.size)) && ok;
     }
     // The signal lists read back through their own decoders.
     bool decoded = l.lights.update() == 1 && l.lights.lights.size() == 2
@@ -367,9 +263,9 @@ int writeAndHold()
 
 int main(int argc, char** argv)
 {
-    std::string mode = argc == 2 ? argv[1] : "";
-    if (mode == "write") return writeAndHold();
-    if (mode == "read") return readAndCheck();
-    fprintf(stderr, "usage: v2xshm_abi_image write|read\n");
+    std::string mode = argc >= 2 ? argv[1] : "";
+    if (mode == "write" && argc == 2) return writeAndHold();
+    if (mode == "read" && argc == 3) return readAndCheck(argv[2]);
+    fprintf(stderr, "usage: v2xshm_abi_image write | read IMAGE_DIR\n");
     return 2;
 }

@@ -15,6 +15,7 @@ fi
 [[ $# -ge 1 && $# -le 2 ]] || { echo "usage: cross-abi.sh BIN [BIN2]" >&2; exit 2; }
 ARM_SYSROOT=/usr/arm-linux-gnueabihf
 WAIT_READY_S=60
+IMAGES=$(cd "$(dirname "$0")" && pwd)/images  # the committed list images
 
 # e_machine at offset 18 of the ELF header: 40 is 32-bit ARM.
 abi_of() { if [[ "$(od -An -tu2 -j18 -N2 "$1" | tr -d ' ')" == 40 ]]; then echo arm; else echo host; fi; }
@@ -52,7 +53,7 @@ check_pair() {
 
     local rc=0 wrc=0
     command_for "$reader"
-    "${CMD[@]}" read >"$tmp/reader.out" 2>&1 || rc=$?
+    "${CMD[@]}" read "$IMAGES" >"$tmp/reader.out" 2>&1 || rc=$?
     kill -TERM "$pid"
     wait "$pid" || wrc=$?
     sed 's/^/    /' "$tmp/reader.out"
