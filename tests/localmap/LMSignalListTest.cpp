@@ -122,6 +122,10 @@ TEST(LMTLListMng, ReceivedLightsReplaceStoredOnesAndGoBehindTheOthers)
     ASSERT_EQ(mng.update(), 1);
     EXPECT_EQ(mng.lights.size(), 4u);
     EXPECT_LT(mng.lights.at(2).getPreciseTimeDiff(), 5.0) << "stamped on insert";
+    // A shorter list committed after that read leaves zeros after it.
+    mng.lights.erase(3);
+    ASSERT_EQ(mng.commit(), 1);
+    EXPECT_EQ(lightsInSegment(mng).size(), 3u);
 }
 
 TEST(LMTLListMng, KeptLightsLeaveInTheFormTheirDecodedLightFlattensTo)
