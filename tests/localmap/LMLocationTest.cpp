@@ -22,7 +22,7 @@ LMLinkExtend& setLink(LMNodeListMng* mng, int lanes, std::vector<LMPointBase> po
 
 }  // namespace
 
-TEST(LMLocation, ReachAndHeadingDecideAndAMissLeavesTheCallersRecord)
+TEST(LMLocation, ReachHeadingAndDistanceAlongTheLinkAndAMissLeavesTheCallersRecord)
 {
     LMNodeListMng mng(true);
     LMMapRes res;
@@ -56,21 +56,15 @@ TEST(LMLocation, ReachAndHeadingDecideAndAMissLeavesTheCallersRecord)
         EXPECT_FALSE(res.isPreciseOverTime(1.0));
     }
     EXPECT_EQ(mng.calcVehLocationInLM(pointAt(-50, 1), 0.0, nullptr), -1);
-    mng.nodes[1].links[10].points.pop_back();  // one point: no segment
-    EXPECT_EQ(mng.calcVehLocationInLM(pointAt(-100, 0), 0.0, &res), -2);
-}
-
-TEST(LMLocation, DistanceToStopLineAndSpeedLimitsFollowTheLink)
-{
-    LMNodeListMng mng(true);
-    LMMapRes res;
+    // Along a link of two segments: the nearer segment's end, then the rest;
+    // beyond the last point, the distance to it. The first limit of each type.
     setLink(&mng, 1, {pointAt(-100, 0), pointAt(-50, 0), pointAt(0, 0)}).speedLimits = {
         limit(5, 13.9f), limit(4, 2.0f), limit(5, 8.3f)};
     ASSERT_EQ(mng.calcVehLocationInLM(pointAt(-75, 1), 0.0, &res), 1);
     EXPECT_NEAR(res.dis2StopLine, std::hypot(25.0, 1.0) + 50.0, 1e-3);
-    EXPECT_EQ(+res.maxSpeed, 13.9f);  // the first of its type
-    EXPECT_EQ(+res.minSpeed, 2.0f);
-    // Beyond the last point: the distance to that point, plus nothing.
+    EXPECT_TRUE(res.maxSpeed == 13.9f && res.minSpeed == 2.0f);
     ASSERT_EQ(mng.calcVehLocationInLM(pointAt(5, 0), 0.0, &res), 1);
     EXPECT_NEAR(res.dis2StopLine, 5.0, 1e-6);
+    mng.nodes[1].links[10].points = {pointAt(-100, 0)};  // one point: no segment
+    EXPECT_EQ(mng.calcVehLocationInLM(pointAt(-100, 0), 0.0, &res), -2);
 }
