@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "v2xshm-unit/LMMessageWriter.h"
+#include "ListFloor.h"
 #include "SampleIntersection.h"
 #include "localmap/LMMapRes.h"
 #include "localmap/LMMessageCheck.h"
@@ -179,6 +180,33 @@ void BM_MapUpdateHalfList(benchmark::State& state)
     state.counters["nodes"] = (double)mng.nodes.size();
 }
 
+// The update's floor: copying the image's bytes and decoding them into the
+// same reused map, with nothing else.
+void BM_MapUpdateFloor(benchmark::State& state)
+{
+    LMNodeListMng& mng = nodeList();
+    mng.nodes.clear();
+    for (const LMNodeExtend& node : halfListMap()) {
+        int64_t id = node.nodeId;
+        mng.nodes[id] = node;
+    }
+    int image = 4;
+    for (const auto& entry : mng.nodes) {
+        image += entry.second.flatSize();
+    }
+    std::vector<char> copy(MIB);
+    const char* segment = mng.commit() == 1 ? benchfloor::attachSegment(LMNodeListMng::SHM_KEY) : nullptr;
+    if (segment == nullptr) {
+        state.SkipWithError("the synthetic map does not fit the node list");
+        return;
+    }
+    std::map<int64_t, LMNodeExtend> nodes = mng.nodes;
+    for (auto _ : state) {
+        benchfloor::copyAndDecode(segment, image, &copy, &nodes);
+        benchmark::ClobberMemory();
+    }
+}
+
 void BM_Memcpy1MiBFloor(benchmark::State& state)
 {
     std::vector<char> from(MIB, 0x5A);
@@ -209,6 +237,32 @@ void BM_MapLocation(benchmark::State& state)
     LMMapRes res;
     for (auto _ : state) {
         benchmark::DoNotOptimize(mng.calcVehLocationInLM(vehicle, 0.0, &res));
+    }
+    state.counters["segments"] = LOCATION_SEGMENTS;
+    state.counters["time_per_segment"] = benchmark::Counter(
+        (double)state.iterations() * LOCATION_SEGMENTS, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+// The location search's worst cases over the same map. Argument 0: the
+// vehicle beside the middle heading west, so that every segment is near but
+// fails the heading test; 1: the vehicle 4 km north of the map heading east,
+// so that every link lies far away and each is nearer than the last (half
+// its segments become the best so far).
+void BM_MapLocationWorst(benchmark::State& state)
+{
+    LMNodeListMng& mng = nodeList();
+    mng.nodes.clear();
+    for (const LMNodeExtend& node : syntheticMap(LOCATION_NODES, LOCATION_LINKS, LOCATION_POINTS, 0)) {
+        int64_t id = node.nodeId;
+        mng.nodes[id] = node;
+    }
+    const double mapNorth = 20.0 * LOCATION_NODES * LOCATION_LINKS;
+    GeoCoordinates vehicle = state.range(0) == 0 ? SampleIntersection::at(505.0, mapNorth / 2.0 + 3.0)
+                                                 : SampleIntersection::at(505.0, mapNorth + 4000.0);
+    double heading = state.range(0) == 0 ? 3.141592653589793 : 0.0;
+    LMMapRes res;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(mng.calcVehLocationInLM(vehicle, heading, &res));
     }
     state.counters["segments"] = LOCATION_SEGMENTS;
     state.counters["time_per_segment"] = benchmark::Counter(
@@ -251,6 +305,8 @@ BENCHMARK(BM_MapDeSerializeChecked)->Arg(0)->Arg(1);
 BENCHMARK(BM_MapCheckOnly)->Arg(0)->Arg(1);
 BENCHMARK(BM_MapMessageMemcpyFloor)->Arg(0)->Arg(1);
 BENCHMARK(BM_MapUpdateHalfList);
+BENCHMARK(BM_MapUpdateFloor);
 BENCHMARK(BM_Memcpy1MiBFloor);
 BENCHMARK(BM_MapLocation);
+BENCHMARK(BM_MapLocationWorst)->Arg(0)->Arg(1);
 BENCHMARK(BM_MapLocationGeometryFloor);

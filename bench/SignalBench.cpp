@@ -1,7 +1,8 @@
 // The signal and road-side information lists beside their floors: a received
-// list of 64 traffic lights put into the light list's segment (the same 64
-// already stored, as when a controller's broadcast arrives again; and beside
-// 64 other lights that stay) against copying the 64 lights' bytes; and
+// list of 8, 64 or 256 traffic lights put into the light list's segment (the
+// same lights already stored, as when a controller's broadcast arrives again;
+// and beside as many other lights that stay) against writing the received
+// lights' images and moving the kept ones' bytes; and
 // rebuilding the local RSI vector from about 512 KiB of records against
 // copying those bytes.
 #include <benchmark/benchmark.h>
@@ -10,22 +11,22 @@
 #include <map>
 #include <vector>
 
+#include "ListFloor.h"
 #include "localmap/LMRSIListMng.h"
 #include "localmap/LMTLListMng.h"
 
 namespace {
 
-constexpr int LIGHTS = 64;
 constexpr int PHASES = 8;       // per light
 constexpr int RSI_RECORDS = 512;
 constexpr int RSI_POINTS = 20;  // per record: 323 + 20 * 34 = 1003 bytes
 
 using LightMap = std::map<int64_t, LMTrafficLightExtend>;
 
-LightMap lightsFrom(int64_t firstId)
+LightMap lightsFrom(int64_t firstId, int count)
 {
     LightMap lights;
-    for (int i = 0; i < LIGHTS; ++i) {
+    for (int i = 0; i < count; ++i) {
         LMTrafficLightExtend light;
         light.id = firstId + i;
         light.timeStamp = (int16_t)i;
@@ -61,25 +62,31 @@ LMTLListMng& lightList()
     return mng;
 }
 
-// Argument 0: the segment holds the same 64 lights; 1: it also holds 64
-// lights not received this time, which stay ahead of the received ones.
-void BM_TLInsertUpdateList(benchmark::State& state)
+// N lights received (argument 0) while the segment holds the same N, as when
+// a controller's broadcast arrives again; with argument 1 = 1 the segment
+// also holds N other lights not received this time, which stay ahead of the
+// received ones (keys below theirs).
+void BM_TLInsert(benchmark::State& state)
 {
+    int count = (int)state.range(0);
     LMTLListMng& mng = lightList();
-    const LightMap received = lightsFrom(1000);
+    const LightMap received = lightsFrom(100000, count);
     mng.lights = received;
-    if (state.range(0) == 1) {
-        for (const auto& entry : lightsFrom(5000)) {
+    if (state.range(1) == 1) {
+        for (const auto& entry : lightsFrom(1000, count)) {
             mng.lights.insert(entry);
         }
     }
-    if (mng.commit() != 1) {
+    // The callback on a copy of the segment: the list lock that
+    // operateSHMNotSafe takes around it is measured apart (BM_SemaphorePV).
+    std::vector<char> image(LMTLListMng::SHM_SIZE);
+    if (mng.commit() != 1 || mng.updateFromSHM(image.data(), LMTLListMng::SHM_SIZE) != 1) {
         state.SkipWithError("the lights do not fit the segment");
         return;
     }
     LightMap incoming = received;
     for (auto _ : state) {
-        if (mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &incoming) != 1) {
+        if (LMTLListMng::insertUpdateList(image.data(), &incoming) != 1) {
             state.SkipWithError("insertUpdateList failed");
             return;
         }
@@ -88,9 +95,30 @@ void BM_TLInsertUpdateList(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * (int64_t)flatBytes(received));
 }
 
+// What any insert must do: write the N received lights' images (they arrive
+// as maps of phases and states) and, with argument 1 = 1, move the N kept
+// lights' bytes to the front of the list (memmove within one buffer).
 void BM_TLInsertFloor(benchmark::State& state)
 {
-    std::vector<char> from((size_t)flatBytes(lightsFrom(1000)), 0x5A);
+    int count = (int)state.range(0);
+    const LightMap lights = lightsFrom(100000, count);
+    const int keptBytes = state.range(1) == 1 ? flatBytes(lightsFrom(1000, count)) : 0;
+    std::vector<char> to(4 + 2 * (size_t)keptBytes + (size_t)flatBytes(lights), 0x5A);
+    for (auto _ : state) {
+        memmove(to.data() + 4, to.data() + 4 + keptBytes, (size_t)keptBytes);
+        int pos = 4 + keptBytes;
+        for (const auto& entry : lights) {
+            entry.second.Obj2Buff(to.data(), &pos);
+        }
+        benchmark::ClobberMemory();
+    }
+}
+
+// Copying the N received lights' bytes: what the insert would cost if the
+// lights arrived as images.
+void BM_TLMemcpyFloor(benchmark::State& state)
+{
+    std::vector<char> from((size_t)flatBytes(lightsFrom(100000, (int)state.range(0))), 0x5A);
     std::vector<char> to(from.size());
     for (auto _ : state) {
         memcpy(to.data(), from.data(), from.size());
@@ -99,17 +127,38 @@ void BM_TLInsertFloor(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * (int64_t)from.size());
 }
 
-// Writing the 64 received lights' images alone: what any insert must do
-// with lights that arrive as maps of phases and states.
-void BM_TLEncodeFloor(benchmark::State& state)
+// The light list's update() of 256 lights against its floor: copying the
+// image's bytes and decoding them into the same reused map.
+constexpr int UPDATE_LIGHTS = 256;
+
+void BM_TLUpdate(benchmark::State& state)
 {
-    const LightMap lights = lightsFrom(1000);
-    std::vector<char> to((size_t)flatBytes(lights));
+    LMTLListMng& mng = lightList();
+    mng.lights = lightsFrom(100000, UPDATE_LIGHTS);
+    if (mng.commit() != 1) {
+        state.SkipWithError("the lights do not fit the segment");
+        return;
+    }
     for (auto _ : state) {
-        int pos = 0;
-        for (const auto& entry : lights) {
-            entry.second.Obj2Buff(to.data(), &pos);
-        }
+        benchmark::DoNotOptimize(mng.update());
+    }
+    state.counters["image_bytes"] = (double)(4 + flatBytes(mng.lights));
+}
+
+void BM_TLUpdateFloor(benchmark::State& state)
+{
+    LMTLListMng& mng = lightList();
+    mng.lights = lightsFrom(100000, UPDATE_LIGHTS);
+    int image = 4 + flatBytes(mng.lights);
+    std::vector<char> copy(LMTLListMng::SHM_SIZE);
+    const char* segment = mng.commit() == 1 ? benchfloor::attachSegment(LMTLListMng::SHM_KEY) : nullptr;
+    if (segment == nullptr) {
+        state.SkipWithError("the lights do not fit the segment");
+        return;
+    }
+    LightMap lights = mng.lights;
+    for (auto _ : state) {
+        benchfloor::copyAndDecode(segment, image, &copy, &lights);
         benchmark::ClobberMemory();
     }
 }
@@ -140,9 +189,15 @@ int rsiBytes()
     return bytes;
 }
 
-void BM_RSIUpdate(benchmark::State& state)
+LMRSIListMng& rsiList()
 {
     static LMRSIListMng mng(true);
+    return mng;
+}
+
+void BM_RSIUpdate(benchmark::State& state)
+{
+    LMRSIListMng& mng = rsiList();
     mng.records = rsiRecords();
     if (mng.commit() != 1) {
         state.SkipWithError("the records do not fit the segment");
@@ -157,19 +212,30 @@ void BM_RSIUpdate(benchmark::State& state)
 
 void BM_RSIUpdateFloor(benchmark::State& state)
 {
-    std::vector<char> from((size_t)rsiBytes(), 0x5A);
-    std::vector<char> to(from.size());
+    LMRSIListMng& mng = rsiList();
+    mng.records = rsiRecords();
+    std::vector<char> copy(LMRSIListMng::SHM_SIZE);
+    const char* segment = mng.commit() == 1 ? benchfloor::attachSegment(LMRSIListMng::SHM_KEY) : nullptr;
+    if (segment == nullptr) {
+        state.SkipWithError("the records do not fit the segment");
+        return;
+    }
+    std::vector<LMRSIExtend> records = mng.records;
+    const int bytes = rsiBytes();
     for (auto _ : state) {
-        memcpy(to.data(), from.data(), from.size());
+        benchfloor::copyAndDecode(segment, bytes, &copy, &records);
         benchmark::ClobberMemory();
     }
-    state.SetBytesProcessed(state.iterations() * (int64_t)from.size());
+    state.SetBytesProcessed(state.iterations() * (int64_t)bytes);
 }
 
 }  // namespace
 
-BENCHMARK(BM_TLInsertUpdateList)->Arg(0)->Arg(1);
-BENCHMARK(BM_TLInsertFloor);
-BENCHMARK(BM_TLEncodeFloor);
+// Arguments: lights received; 1 with as many kept lights, 0 without.
+BENCHMARK(BM_TLInsert)->ArgsProduct({{8, 64, 256}, {0, 1}});
+BENCHMARK(BM_TLInsertFloor)->ArgsProduct({{8, 64, 256}, {0, 1}});
+BENCHMARK(BM_TLMemcpyFloor)->Arg(64);
+BENCHMARK(BM_TLUpdate);
+BENCHMARK(BM_TLUpdateFloor);
 BENCHMARK(BM_RSIUpdate);
 BENCHMARK(BM_RSIUpdateFloor);
