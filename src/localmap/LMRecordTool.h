@@ -165,6 +165,11 @@ public:
     template <typename Container>
     static int groupSize(const Container& c)
     {
+        using Child = std::decay_t<decltype(valueOf(*c.begin()))>;
+        if constexpr (std::is_trivially_copyable<Child>::value) {
+            // Base records all take their image's size: no walk needed.
+            return 4 + (int)(c.size() * sizeof(Child));
+        }
         int size = 4;
         for (const auto& entry : c) {
             size += childSize(valueOf(entry));

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 #include <exception>
+#include <memory>
 
 #include "codec/SerializeTool.h"
 #include "localmap/LMRecordTool.h"
@@ -106,49 +107,70 @@ struct StoredLight {
     bool normal;
 };
 
-// Bytes of the light image at image[pos, limit), walked through its counts
-// without decoding it, or -1 when it would reach past limit. *normal tells
-// whether its keys ascend strictly at both levels.
-int lightImageSize(const char* image, int pos, int limit, bool* normal)
+// Bytes of the light image at image[pos, limit) (pos < limit), walked
+// through its counts without decoding it, or -1 when it would reach past
+// limit.
+int lightImageSize(const char* image, int pos, int limit)
 {
-    long long p = (long long)pos + (long long)sizeof(LMTrafficLightBase);
-    uint32_t phases = 0;
-    if (limit - p < (long long)sizeof phases) {
+    const char* light = image + pos;
+    const uint64_t room = (uint64_t)(limit - pos);
+    uint64_t p = sizeof(LMTrafficLightBase) + sizeof(uint32_t);
+    if (room < p) {
         return -1;
     }
-    memcpy(&phases, image + p, sizeof phases);
-    p += (long long)sizeof phases;
-    *normal = true;
+    uint32_t phases = 0;
+    memcpy(&phases, light + sizeof(LMTrafficLightBase), sizeof phases);
+    for (uint32_t i = 0; i < phases; ++i) {
+        if (room - p < sizeof(LMPhaseBase) + sizeof(uint32_t)) {
+            return -1;
+        }
+        uint32_t states = 0;
+        memcpy(&states, light + p + sizeof(LMPhaseBase), sizeof states);
+        p += sizeof(LMPhaseBase) + sizeof(uint32_t);
+        uint64_t bytes = (uint64_t)states * sizeof(LMPhaseStateBase);
+        if (bytes > room - p) {
+            return -1;
+        }
+        p += bytes;
+    }
+    return (int)p;
+}
+
+// Whether the light image at `at` (walked by lightImageSize already) has its
+// keys strictly ascending at both levels, as Obj2Buff writes a decoded light.
+bool isNormalImage(const char* image, int at)
+{
+    const char* p = image + at + sizeof(LMTrafficLightBase);
+    uint32_t phases = 0;
+    memcpy(&phases, p, sizeof phases);
+    p += sizeof phases;
     int lastPhase = -1;
     for (uint32_t i = 0; i < phases; ++i) {
-        if (limit - p < (long long)(sizeof(LMPhaseBase) + sizeof(uint32_t))) {
-            return -1;
+        int phase = (uint8_t)p[offsetof(LMPhaseBase, phaseID)];
+        if (phase <= lastPhase) {
+            return false;
         }
-        int phase = (uint8_t)image[p + offsetof(LMPhaseBase, phaseID)];
-        *normal = *normal && phase > lastPhase;
         lastPhase = phase;
-        p += (long long)sizeof(LMPhaseBase);
+        p += sizeof(LMPhaseBase);
         uint32_t states = 0;
-        memcpy(&states, image + p, sizeof states);
-        p += (long long)sizeof states;
-        if ((long long)states * (long long)sizeof(LMPhaseStateBase) > limit - p) {
-            return -1;
-        }
+        memcpy(&states, p, sizeof states);
+        p += sizeof states;
         int lastLight = -1;
-        for (uint32_t k = 0; k < states && *normal; ++k) {
-            int light = (uint8_t)image[p + (long long)k * (long long)sizeof(LMPhaseStateBase)
-                                       + (long long)offsetof(LMPhaseStateBase, light)];
-            *normal = light > lastLight;
+        for (uint32_t k = 0; k < states; ++k, p += sizeof(LMPhaseStateBase)) {
+            int light = (uint8_t)p[offsetof(LMPhaseStateBase, light)];
+            if (light <= lastLight) {
+                return false;
+            }
             lastLight = light;
         }
-        p += (long long)states * (long long)sizeof(LMPhaseStateBase);
     }
-    return (int)(p - pos);
+    return true;
 }
 
 // The stored lights that stay, in key order (for a key stored twice, the
-// later image, as decoding keeps it), and where the list ends. False when a
-// light runs past the segment.
+// later image, as decoding keeps it), and where the list ends. keep() is
+// asked about each key once, in ascending order. False when a light runs
+// past the segment.
 template <typename Keep>
 bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, int* end)
 {
@@ -156,27 +178,32 @@ bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, i
     memcpy(&count, image, sizeof count);
     int pos = (int)sizeof count;
     std::vector<StoredLight> stored;
+    stored.reserve(count > 0 ? (size_t)std::min(count, (int32_t)1024) : 0);
     for (int32_t i = 0; i < count && pos < LMTLListMng::SHM_SIZE; ++i) {
         // A writer that died halfway may have left a count or a light that
         // runs past the segment: never read beyond it.
-        bool normal = true;
-        int size = lightImageSize(image, pos, LMTLListMng::SHM_SIZE, &normal);
+        int size = lightImageSize(image, pos, LMTLListMng::SHM_SIZE);
         if (size < 0) {
             return false;
         }
         int64_t id = 0;
         memcpy(&id, image + pos + offsetof(LMTrafficLightBase, id), sizeof id);
-        stored.push_back({id, pos, size, normal});
+        stored.push_back({id, pos, size, true});
         pos += size;
     }
     *end = pos;
-    std::stable_sort(stored.begin(), stored.end(),
-                     [](const StoredLight& a, const StoredLight& b) { return a.id < b.id; });
+    auto byId = [](const StoredLight& a, const StoredLight& b) { return a.id < b.id; };
+    // Lists this manager wrote are in key order already.
+    if (!std::is_sorted(stored.begin(), stored.end(), byId)) {
+        std::stable_sort(stored.begin(), stored.end(), byId);
+    }
     out->clear();
+    out->reserve(stored.size());
     for (size_t i = 0; i < stored.size(); ++i) {
         bool later = i + 1 < stored.size() && stored[i + 1].id == stored[i].id;
         if (!later && keep(image, stored[i])) {
             out->push_back(stored[i]);
+            out->back().normal = isNormalImage(image, stored[i].at);
         }
     }
     return true;
@@ -194,7 +221,11 @@ int rewriteImage(char* image, const std::vector<StoredLight>& kept, int oldEnd,
 {
     std::vector<LMTrafficLightExtend> rebuilt;  // the kept lights not in that form, in order
     long long keptBytes = 0;
+    bool ascending = true;  // the kept images lie in the old list in key order
+    int lastAt = -1;
     for (const StoredLight& light : kept) {
+        ascending = ascending && light.at > lastAt;
+        lastAt = light.at;
         if (light.normal) {
             keptBytes += light.size;
             continue;
@@ -213,24 +244,36 @@ int rewriteImage(char* image, const std::vector<StoredLight>& kept, int oldEnd,
     if (total > LMTLListMng::SHM_SIZE) {
         return -1;
     }
-    // The kept images may lie anywhere in the old list: gather them first.
-    std::vector<char> gathered((size_t)keptBytes);
-    int at = 0;
+    int pos = 4;
     auto next = rebuilt.cbegin();
-    for (const StoredLight& light : kept) {
-        if (light.normal) {
-            memcpy(gathered.data() + at, image + light.at, (size_t)light.size);
-            at += light.size;
-        } else if ((next++)->Obj2Buff(gathered.data(), &at) < 0) {
-            return -1;
+    if (ascending) {
+        // Each kept image moves towards the front, never over one not yet
+        // moved: a rewritten light is no longer than its stored image.
+        for (const StoredLight& light : kept) {
+            if (light.normal) {
+                memmove(image + pos, image + light.at, (size_t)light.size);
+                pos += light.size;
+            } else if ((next++)->Obj2Buff(image, &pos) < 0) {
+                return -1;
+            }
         }
+    } else {
+        // The kept images lie anywhere in the old list: gather them first.
+        std::unique_ptr<char[]> gathered(new char[(size_t)keptBytes + 1]);
+        int at = 0;
+        for (const StoredLight& light : kept) {
+            if (light.normal) {
+                memcpy(gathered.get() + at, image + light.at, (size_t)light.size);
+                at += light.size;
+            } else if ((next++)->Obj2Buff(gathered.get(), &at) < 0) {
+                return -1;
+            }
+        }
+        memcpy(image + pos, gathered.get(), (size_t)at);
+        pos += at;
     }
     int32_t count = (int32_t)(kept.size() + received.size());
     memcpy(image, &count, sizeof count);
-    if (keptBytes > 0) {
-        memcpy(image + sizeof count, gathered.data(), gathered.size());
-    }
-    int pos = (int)(sizeof count + gathered.size());
     for (const auto& entry : received) {
         if (entry.second.Obj2Buff(image, &pos) < 0) {
             return -1;
@@ -253,7 +296,14 @@ int LMTLListMng::insertUpdateList(void* image, void* incoming)
     try {
         std::vector<StoredLight> kept;
         int end = 0;
-        auto notReceived = [received](const char*, const StoredLight& light) { return received->count(light.id) == 0; };
+        // Asked in ascending key order: one walk along the received map.
+        auto next = received->cbegin();
+        auto notReceived = [received, &next](const char*, const StoredLight& light) {
+            while (next != received->cend() && next->first < light.id) {
+                ++next;
+            }
+            return next == received->cend() || next->first != light.id;
+        };
         if (!lightsToKeep(static_cast<const char*>(image), notReceived, &kept, &end)) {
             return -1;
         }
