@@ -35,21 +35,25 @@ const char* adviceName(SpeedAdvice::Verdict verdict)
     }
 }
 
-int adviseSpeed(const AdviceInput& in, SpeedAdvice* out)
+namespace {
+
+// adviseSpeed with the windows given apart, so that a caller holding them
+// elsewhere need not copy them into an AdviceInput.
+int adviseWindows(const AdviceInput& in, const std::vector<SignalWindow>& windows, SpeedAdvice* out)
 {
     if (out == nullptr || !std::isfinite(in.distance) || in.distance < 0.0 || !std::isfinite(in.speed) ||
         in.speed < 0.0 || !std::isfinite(in.minSpeed) || !std::isfinite(in.maxSpeed) || !(in.maxSpeed > 0.0)) {
         return -1;
     }
     *out = SpeedAdvice();
-    if (in.windows.empty()) {
+    if (windows.empty()) {
         return 1;
     }
     const double vLow = std::max(0.0, in.minSpeed);
     const double vHigh = in.maxSpeed;
     if (in.distance == 0.0) {
         // At the stop line only the light now counts.
-        const SignalWindow& w = in.windows.front();
+        const SignalWindow& w = windows.front();
         if (w.start < 0.0) {
             bool green = isGreen(w.light);
             *out = SpeedAdvice{green ? SpeedAdvice::GO : SpeedAdvice::STOP, green ? vLow : 0.0, green ? vHigh : 0.0,
@@ -59,10 +63,13 @@ int adviseSpeed(const AdviceInput& in, SpeedAdvice* out)
         return 1;
     }
     try {
-        std::vector<Band> bands;
+        // The first band that holds the speed now, else the first band (the
+        // fastest); found in one pass, nothing kept.
+        Band first{};
+        bool anyBand = false;
         double horizon = 0.0;  // the light is known up to here
         double blockedUntil = 0.0;
-        for (const SignalWindow& w : in.windows) {
+        for (const SignalWindow& w : windows) {
             double start = std::max(0.0, w.start);
             double end = cautiousEnd(w);
             if (end < 0.0) {
@@ -81,21 +88,24 @@ int adviseSpeed(const AdviceInput& in, SpeedAdvice* out)
             double low = std::max(vLow, in.distance / end);
             double high = from > 0.0 ? std::min(vHigh, in.distance / from) : vHigh;
             if (low <= high && high > 0.0) {
-                bands.push_back(Band{low, high, from, end});
+                Band band{low, high, from, end};
+                if (in.speed >= low && in.speed <= high) {
+                    first = band;  // the one chosen, whatever came before
+                    anyBand = true;
+                    break;
+                }
+                if (!anyBand) {
+                    first = band;
+                    anyBand = true;
+                }
             }
         }
-        if (bands.empty()) {
+        if (!anyBand) {
             // STOP only when even the fastest arrival falls where the light is known.
             out->verdict = in.distance / vHigh < horizon ? SpeedAdvice::STOP : SpeedAdvice::UNKNOWN;
             return 1;
         }
-        const Band* chosen = &bands.front();
-        for (const Band& b : bands) {
-            if (in.speed >= b.low && in.speed <= b.high) {
-                chosen = &b;
-                break;
-            }
-        }
+        const Band* chosen = &first;
         out->verdict = SpeedAdvice::GO;
         out->low = chosen->low;
         out->high = chosen->high;
@@ -106,6 +116,13 @@ int adviseSpeed(const AdviceInput& in, SpeedAdvice* out)
     } catch (const std::exception&) {
         return -1;
     }
+}
+
+}  // namespace
+
+int adviseSpeed(const AdviceInput& in, SpeedAdvice* out)
+{
+    return adviseWindows(in, in.windows, out);
 }
 
 int adviseApproach(const ApproachSignal& signal, const LMMapRes& located, double speed,
@@ -122,9 +139,8 @@ int adviseApproach(const ApproachSignal& signal, const LMMapRes& located, double
         in.minSpeed = located.minSpeed;
         in.maxSpeed = located.maxSpeed;
         for (const ApproachMovement& m : signal.movements) {
-            in.windows = m.now.windows;
             SpeedAdvice advice;
-            if (adviseSpeed(in, &advice) != 1) {
+            if (adviseWindows(in, m.now.windows, &advice) != 1) {
                 return -1;
             }
             out->push_back(advice);

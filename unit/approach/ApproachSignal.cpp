@@ -9,6 +9,7 @@
 
 namespace {
 
+using LightPhases = std::map<uint8_t, LMPhaseExtend>;
 constexpr size_t MAX_PHASE_RESULTS = 16;  // what the phase-result segment holds
 
 // A count-down time as seconds from now: -1 stays "not given", a time
@@ -32,9 +33,18 @@ bool isGreen(uint8_t code)
     return code == LIGHT_GREEN_PERMISSIVE || code == LIGHT_GREEN_PROTECTED;
 }
 
-PhaseNow phaseNow(const LMPhaseExtend& phase, double age)
+namespace {
+
+// phaseNow into *out, reusing its window vector.
+void phaseNowInto(const LMPhaseExtend& phase, double age, PhaseNow* out)
 {
-    PhaseNow best;
+    PhaseNow& best = *out;
+    best.known = false;
+    best.light = 0;
+    best.remaining = -1.0;
+    best.nextKnown = false;
+    best.nextLight = 0;
+    best.windows.clear();
     double bestStart = -1e300;
     for (const auto& e : phase.phaseStates) {
         double start = std::max(0.0, (double)e.second.startTime);
@@ -65,8 +75,24 @@ PhaseNow phaseNow(const LMPhaseExtend& phase, double age)
             best.windows.push_back(w);
         }
     }
-    std::stable_sort(best.windows.begin(), best.windows.end(),
-                     [](const SignalWindow& a, const SignalWindow& b) { return a.start < b.start; });
+    // In the order they begin, equal starts as listed: a stable insertion
+    // sort (a phase has a handful of states; no buffer to allocate).
+    for (size_t i = 1; i < best.windows.size(); ++i) {
+        SignalWindow w = best.windows[i];
+        size_t j = i;
+        for (; j > 0 && w.start < best.windows[j - 1].start; --j) {
+            best.windows[j] = best.windows[j - 1];
+        }
+        best.windows[j] = w;
+    }
+}
+
+}  // namespace
+
+PhaseNow phaseNow(const LMPhaseExtend& phase, double age)
+{
+    PhaseNow best;
+    phaseNowInto(phase, age, &best);
     return best;
 }
 
@@ -81,11 +107,14 @@ int evalApproachSignal(const std::map<int64_t, LMNodeExtend>& nodes, const LMMap
         // an unaligned load on the target.
         const int64_t nodeId = located.nodeId;
         const int64_t linkKey = located.upstreamNodeId;
-        *out = ApproachSignal();
+        // Written over what *out held, reusing its vectors' storage.
         out->nodeId = nodeId;
         out->upstreamNodeId = linkKey;
+        out->lightReceived = false;
+        out->lightAge = -1.0;
         auto node = nodes.find(nodeId);
         if (node == nodes.end() || node->second.links.count(linkKey) == 0) {
+            out->movements.clear();
             return -2;
         }
         const LMLinkExtend& link = node->second.links.at(linkKey);
@@ -95,19 +124,28 @@ int evalApproachSignal(const std::map<int64_t, LMNodeExtend>& nodes, const LMMap
             // A light received after `now` is taken as it was received.
             out->lightAge = std::max(0.0, now - light->second.getLatestRefreshTime());
         }
+        size_t count = 0;
         for (const auto& m : link.movements) {
-            ApproachMovement move;
+            if (count == out->movements.size()) {
+                out->movements.emplace_back();
+            }
+            ApproachMovement& move = out->movements[count++];
             move.remoteNodeId = m.first;
             move.phaseId = m.second.phaseId;
-            if (out->lightReceived) {
-                auto phase = light->second.phases.find(move.phaseId);
-                move.phaseListed = phase != light->second.phases.end();
-                if (move.phaseListed) {
-                    move.now = phaseNow(phase->second, out->lightAge);
-                }
+            move.phaseListed = false;
+            auto phase = out->lightReceived ? light->second.phases.find(move.phaseId) : LightPhases::const_iterator();
+            move.phaseListed = out->lightReceived && phase != light->second.phases.end();
+            if (move.phaseListed) {
+                phaseNowInto(phase->second, out->lightAge, &move.now);
+            } else {
+                std::vector<SignalWindow> keep;
+                keep.swap(move.now.windows);
+                move.now = PhaseNow();
+                keep.clear();
+                move.now.windows.swap(keep);
             }
-            out->movements.push_back(move);
         }
+        out->movements.resize(count);
         return 1;
     } catch (const std::exception&) {
         return -3;
