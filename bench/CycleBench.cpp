@@ -13,6 +13,7 @@
 #include <new>
 #include <vector>
 
+#include "BenchLists.h"
 #include "SampleIntersection.h"
 #include "SampleSignal.h"
 #include "localmap/LMNodeListMng.h"
@@ -75,9 +76,9 @@ void addGrid(std::map<int64_t, LMNodeExtend>* nodes)
 // of argument `dense`. False when a list does not fit its segment.
 bool fillLists(bool dense)
 {
-    static LMNodeListMng nodeOwner(true);
-    static LMTLListMng lightOwner(true);
-    static LMRSIListMng rsiOwner(true);
+    LMNodeListMng& nodeOwner = nodeListOwner();
+    LMTLListMng& lightOwner = lightListOwner();
+    LMRSIListMng& rsiOwner = rsiListOwner();
     nodeOwner.nodes.clear();
     for (const LMNodeExtend& node : SampleIntersection::nodes()) {
         int64_t id = node.nodeId;

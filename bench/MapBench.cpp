@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "v2xshm-unit/LMMessageWriter.h"
+#include "BenchLists.h"
 #include "ListFloor.h"
 #include "SampleIntersection.h"
 #include "localmap/LMMapRes.h"
@@ -110,8 +111,7 @@ const std::vector<char>& messageFor(const benchmark::State& state)
 // The owner of the node list, for the whole run (removed at exit).
 LMNodeListMng& nodeList()
 {
-    static LMNodeListMng mng(true);
-    return mng;
+    return nodeListOwner();
 }
 
 void BM_MapDeSerialize(benchmark::State& state)

@@ -11,6 +11,7 @@
 #include <map>
 #include <vector>
 
+#include "BenchLists.h"
 #include "ListFloor.h"
 #include "localmap/LMRSIListMng.h"
 #include "localmap/LMTLListMng.h"
@@ -58,8 +59,7 @@ int flatBytes(const LightMap& lights)
 
 LMTLListMng& lightList()
 {
-    static LMTLListMng mng(true);
-    return mng;
+    return lightListOwner();
 }
 
 // N lights received (argument 0) while the segment holds the same N, as when
@@ -191,8 +191,7 @@ int rsiBytes()
 
 LMRSIListMng& rsiList()
 {
-    static LMRSIListMng mng(true);
-    return mng;
+    return rsiListOwner();
 }
 
 void BM_RSIUpdate(benchmark::State& state)

@@ -47,10 +47,7 @@ PAIRS = [
     ("ptc refresh in 256 / semop+memcmp scan", "BM_PtcRefreshInFullList", "BM_PtcRefreshFloor"),
     ("ptc update (256) / locked memcpy",       "BM_PtcUpdateFullList", "BM_PtcUpdateLockedFloor"),
     ("ptc update (256) / bare memcpy",         "BM_PtcUpdateFullList", "BM_PtcUpdateFloor"),
-    ("64 lights insert / memcpy",              "BM_TLInsertUpdateList/0", "BM_TLInsertFloor"),
-    ("64 lights insert, 64 kept / memcpy",     "BM_TLInsertUpdateList/1", "BM_TLInsertFloor"),
-    ("64 lights insert / their Obj2Buff alone", "BM_TLInsertUpdateList/0", "BM_TLEncodeFloor"),
-    ("RSI update (512 KiB) / memcpy",          "BM_RSIUpdate", "BM_RSIUpdateFloor"),
+    ("64 lights insert / memcpy of their bytes", "BM_TLInsert/64/0", "BM_TLMemcpyFloor/64"),
 ]
 medians = {}
 for b in json.load(open(sys.argv[1]))["benchmarks"]:
@@ -93,4 +90,62 @@ if l and g:
     ns = l["time_per_segment"] * 1e9
     print("  location search: %.1f ns per segment over %d segments (bare geometry %.1f ns; target 40 ns): %s"
           % (ns, l["segments"], g["time_per_segment"] * 1e9, "met" if ns <= 40.0 else "NOT met"))
+PY
+
+# Every target beside its floor: medians of interleaved repetitions, marked
+# on CPU time (the machine may be shared; real time beside). The advisory
+# cycle is scaled to the target by the ratio of a 1 MiB memcpy there (about
+# 1 ms, the figure the project's target measurements give) to the one
+# measured here in the same run.
+python3 - "$OUT" <<'PY'
+import json, sys
+runs = {}
+for b in json.load(open(sys.argv[1]))["benchmarks"]:
+    if b.get("aggregate_name") == "median":
+        runs[b["run_name"]] = b
+def us(b, key):
+    scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3, "s": 1e6}[b["time_unit"]]
+    return b[key] * scale
+ROWS = [  # (figure, measured, floor, target ratio)
+    ("commit2SHM 1 MiB / memset+memcpy", "BM_Commit2SHM/1048576", "BM_CommitFloor/1048576", 1.1),
+    ("updateFromSHM 1 MiB / memcpy", "BM_UpdateFromSHM/1048576", "BM_UpdateFloor/1048576", 1.1),
+    ("node list update / copy+decode", "BM_MapUpdateHalfList", "BM_MapUpdateFloor", 1.5),
+    ("light list update / copy+decode", "BM_TLUpdate", "BM_TLUpdateFloor", 1.5),
+    ("RSI list update / copy+decode", "BM_RSIUpdate", "BM_RSIUpdateFloor", 1.5),
+]
+for n in (8, 64, 256):
+    ROWS.append(("insertUpdateList %d lights / encode" % n, "BM_TLInsert/%d/0" % n, "BM_TLInsertFloor/%d/0" % n, 1.5))
+    ROWS.append(("insertUpdateList %d + %d kept / encode+move" % (n, n), "BM_TLInsert/%d/1" % n,
+                 "BM_TLInsertFloor/%d/1" % n, 1.5))
+print()
+print("%-40s %11s %11s %7s %7s %6s  %s" % ("target (medians, cpu)", "figure us", "floor us", "ratio", "real", "target", "mark"))
+for label, name, floor, target in ROWS:
+    b, f = runs.get(name), runs.get(floor)
+    if b and f:
+        ratio = b["cpu_time"] / f["cpu_time"]
+        print("%-40s %11.2f %11.2f %6.2fx %6.2fx %5.1fx  %s" % (label, us(b, "cpu_time"), us(f, "cpu_time"), ratio,
+              b["real_time"] / f["real_time"], target, "pass" if ratio <= target else "MISS"))
+g = runs.get("BM_MapLocationGeometryFloor")
+for label, name in (("location, every segment a candidate", "BM_MapLocation"),
+                    ("location worst: all fail the heading", "BM_MapLocationWorst/0"),
+                    ("location worst: far, each link nearer", "BM_MapLocationWorst/1")):
+    b = runs.get(name)
+    if b:
+        ns = b["time_per_segment"] * 1e9
+        print("%-40s %8.1f ns/seg (bare geometry %.1f ns) %13s <=15 ns  %s" % (label, ns,
+              g["time_per_segment"] * 1e9 if g else float("nan"), "", "pass" if ns <= 15.0 else "MISS"))
+m = runs.get("BM_Memcpy1MiBFloor")
+TARGET_MEMCPY_US = 1000.0
+if m:
+    factor = TARGET_MEMCPY_US / us(m, "real_time")
+    print()
+    print("advisory cycle: target time = host time x %.1f (1 MiB memcpy: %.1f us here, ~%.0f us on the target)"
+          % (factor, us(m, "real_time"), TARGET_MEMCPY_US))
+    for label, name in (("sample intersection", "BM_AdvisoryCycle/0"), ("dense 25,000-segment map", "BM_AdvisoryCycle/1")):
+        b = runs.get(name)
+        if b:
+            host = us(b, "real_time")
+            print("  %-26s host %8.1f us (cpu %8.1f), target ~%6.2f ms = %4.1f%% of 100 ms; allocations per cycle %.2f (first %d)"
+                  % (label, host, us(b, "cpu_time"), host * factor / 1000.0, host * factor / 1000.0,
+                     b["allocs_per_cycle"], b["first_cycle_allocs"]))
 PY
