@@ -105,72 +105,63 @@ struct StoredLight {
     int at;
     int size;
     bool normal;
+    bool stays;  // not dropped (received again, or too old)
 };
 
-// Bytes of the light image at image[pos, limit) (pos < limit), walked
-// through its counts without decoding it, or -1 when it would reach past
-// limit.
-int lightImageSize(const char* image, int pos, int limit)
+// Bytes of the light image at image[pos, limit) (pos + its fixed part <=
+// limit), walked through its counts without decoding it, or -1 when it would
+// reach past limit. With CheckForm, *normal tells whether its keys ascend
+// strictly at both levels, as Obj2Buff writes a decoded light.
+template <bool CheckForm>
+int lightImageSize(const char* image, int pos, int limit, bool* normal)
 {
-    const char* light = image + pos;
-    const uint64_t room = (uint64_t)(limit - pos);
-    uint64_t p = sizeof(LMTrafficLightBase) + sizeof(uint32_t);
-    if (room < p) {
-        return -1;
-    }
+    const unsigned char* light = reinterpret_cast<const unsigned char*>(image + pos);
+    const unsigned char* const end = light + (limit - pos);
+    const unsigned char* at = light + sizeof(LMTrafficLightBase);
     uint32_t phases = 0;
-    memcpy(&phases, light + sizeof(LMTrafficLightBase), sizeof phases);
-    for (uint32_t i = 0; i < phases; ++i) {
-        if (room - p < sizeof(LMPhaseBase) + sizeof(uint32_t)) {
-            return -1;
-        }
-        uint32_t states = 0;
-        memcpy(&states, light + p + sizeof(LMPhaseBase), sizeof states);
-        p += sizeof(LMPhaseBase) + sizeof(uint32_t);
-        uint64_t bytes = (uint64_t)states * sizeof(LMPhaseStateBase);
-        if (bytes > room - p) {
-            return -1;
-        }
-        p += bytes;
-    }
-    return (int)p;
-}
-
-// Whether the light image at `at` (walked by lightImageSize already) has its
-// keys strictly ascending at both levels, as Obj2Buff writes a decoded light.
-bool isNormalImage(const char* image, int at)
-{
-    const char* p = image + at + sizeof(LMTrafficLightBase);
-    uint32_t phases = 0;
-    memcpy(&phases, p, sizeof phases);
-    p += sizeof phases;
+    memcpy(&phases, at, sizeof phases);
+    at += sizeof phases;
     int lastPhase = -1;
+    bool ascending = true;
     for (uint32_t i = 0; i < phases; ++i) {
-        int phase = (uint8_t)p[offsetof(LMPhaseBase, phaseID)];
-        if (phase <= lastPhase) {
-            return false;
+        if ((size_t)(end - at) < sizeof(LMPhaseBase) + sizeof(uint32_t)) {
+            return -1;
         }
-        lastPhase = phase;
-        p += sizeof(LMPhaseBase);
         uint32_t states = 0;
-        memcpy(&states, p, sizeof states);
-        p += sizeof states;
-        int lastLight = -1;
-        for (uint32_t k = 0; k < states; ++k, p += sizeof(LMPhaseStateBase)) {
-            int light = (uint8_t)p[offsetof(LMPhaseStateBase, light)];
-            if (light <= lastLight) {
-                return false;
-            }
-            lastLight = light;
+        memcpy(&states, at + sizeof(LMPhaseBase), sizeof states);
+        if (CheckForm) {
+            int phase = at[offsetof(LMPhaseBase, phaseID)];
+            ascending = ascending && phase > lastPhase;
+            lastPhase = phase;
         }
+        at += sizeof(LMPhaseBase) + sizeof(uint32_t);
+        if ((uint64_t)states * sizeof(LMPhaseStateBase) > (uint64_t)(end - at)) {
+            return -1;
+        }
+        const unsigned char* next = at + (size_t)states * sizeof(LMPhaseStateBase);
+        if (CheckForm && ascending) {
+            int lastLight = -1;
+            for (; at != next; at += sizeof(LMPhaseStateBase)) {
+                int code = at[offsetof(LMPhaseStateBase, light)];
+                if (code <= lastLight) {
+                    ascending = false;
+                    break;
+                }
+                lastLight = code;
+            }
+        }
+        at = next;
     }
-    return true;
+    if (CheckForm) {
+        *normal = ascending;
+    }
+    return (int)(at - light);
 }
 
 // The stored lights that stay, in key order (for a key stored twice, the
 // later image, as decoding keeps it), and where the list ends. keep() is
-// asked about each key once, in ascending order. False when a light runs
-// past the segment.
+// asked about each stored light in segment order, before its image is
+// walked. False when a light runs past the segment.
 template <typename Keep>
 bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, int* end)
 {
@@ -182,28 +173,44 @@ bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, i
     for (int32_t i = 0; i < count && pos < LMTLListMng::SHM_SIZE; ++i) {
         // A writer that died halfway may have left a count or a light that
         // runs past the segment: never read beyond it.
-        int size = lightImageSize(image, pos, LMTLListMng::SHM_SIZE);
-        if (size < 0) {
+        if (LMTLListMng::SHM_SIZE - pos < (int)(sizeof(LMTrafficLightBase) + sizeof(uint32_t))) {
             return false;
         }
-        int64_t id = 0;
-        memcpy(&id, image + pos + offsetof(LMTrafficLightBase, id), sizeof id);
-        stored.push_back({id, pos, size, true});
-        pos += size;
+        StoredLight light{0, pos, 0, true, false};
+        memcpy(&light.id, image + pos + offsetof(LMTrafficLightBase, id), sizeof light.id);
+        // Only a light that stays needs its form checked.
+        light.stays = keep(image, light);
+        light.size = light.stays ? lightImageSize<true>(image, pos, LMTLListMng::SHM_SIZE, &light.normal)
+                           : lightImageSize<false>(image, pos, LMTLListMng::SHM_SIZE, nullptr);
+        if (light.size < 0) {
+            return false;
+        }
+        stored.push_back(light);
+        pos += light.size;
     }
     *end = pos;
     auto byId = [](const StoredLight& a, const StoredLight& b) { return a.id < b.id; };
-    // Lists this manager wrote are in key order already.
-    if (!std::is_sorted(stored.begin(), stored.end(), byId)) {
-        std::stable_sort(stored.begin(), stored.end(), byId);
-    }
     out->clear();
     out->reserve(stored.size());
-    for (size_t i = 0; i < stored.size(); ++i) {
-        bool later = i + 1 < stored.size() && stored[i + 1].id == stored[i].id;
-        if (!later && keep(image, stored[i])) {
-            out->push_back(stored[i]);
-            out->back().normal = isNormalImage(image, stored[i].at);
+    if (std::is_sorted(stored.begin(), stored.end(), byId)) {
+        // Lists this manager wrote are in key order already.
+        for (size_t i = 0; i < stored.size(); ++i) {
+            bool later = i + 1 < stored.size() && stored[i + 1].id == stored[i].id;
+            if (!later && stored[i].stays) {
+                out->push_back(stored[i]);
+            }
+        }
+        return true;
+    }
+    std::vector<size_t> order(stored.size());
+    for (size_t i = 0; i < order.size(); ++i) {
+        order[i] = i;
+    }
+    std::stable_sort(order.begin(), order.end(), [&stored](size_t a, size_t b) { return stored[a].id < stored[b].id; });
+    for (size_t i = 0; i < order.size(); ++i) {
+        bool later = i + 1 < order.size() && stored[order[i + 1]].id == stored[order[i]].id;
+        if (!later && stored[order[i]].stays) {
+            out->push_back(stored[order[i]]);
         }
     }
     return true;
@@ -296,9 +303,16 @@ int LMTLListMng::insertUpdateList(void* image, void* incoming)
     try {
         std::vector<StoredLight> kept;
         int end = 0;
-        // Asked in ascending key order: one walk along the received map.
+        // Asked in segment order, which is key order for the lists this
+        // manager writes: one walk along the received map, restarted by a
+        // search where a key comes out of order.
         auto next = received->cbegin();
-        auto notReceived = [received, &next](const char*, const StoredLight& light) {
+        int64_t lastId = 0;
+        auto notReceived = [received, &next, &lastId](const char*, const StoredLight& light) {
+            if (next != received->cbegin() && light.id < lastId) {
+                next = received->lower_bound(light.id);
+            }
+            lastId = light.id;
             while (next != received->cend() && next->first < light.id) {
                 ++next;
             }
