@@ -237,6 +237,21 @@ int main(int argc, char** argv)
     f.words(rsi, "load", "check a road-side information file, then load it", "FILE [--source TEXT]", {"load"}, cmdRsi);
     f.words(rsi, "age", "the age of the road-side information list", "", {"age"}, cmdRsi);
 
+    std::string drawOut;
+    double drawAround = 150.0;
+    long long drawNode = -1;
+    CLI::App* draw = f.command(nullptr, "draw", "an SVG picture of the local map with the vehicle, its signals and the "
+                                                "road users around it",
+                               "[--out FILE.svg] [--around METRES] [--node ID]",
+                               [&] { return cmdDraw(drawOut, drawAround, drawNode); });
+    draw->add_option("--out", drawOut, "the file to write (stdout when not given or -)");
+    draw->add_option("--around", drawAround, "metres drawn each way from the centre")
+        ->capture_default_str()
+        ->check(CLI::Range(1.0, 5000.0));
+    draw->add_option("--node", drawNode, "centre on this node instead of the vehicle's fix")
+        ->transform(CLI::Validator(rewriteWholeNumber, "", "whole number"))
+        ->check(CLI::Range(0LL, 9223372036854775807LL));
+
     CLI::App* frame = f.words(nullptr, "frame", "framed messages", "decode HEX|- | build --type T --subtype S [DATA_HEX]",
                               {}, cmdFrame);
     f.words(frame, "decode", "decode frames given in hex, or read from stdin with -", "HEX|-", {"decode"}, cmdFrame);
