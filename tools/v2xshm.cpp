@@ -244,11 +244,13 @@ int main(int argc, char** argv)
                                                 "road users around it",
                                "[--out FILE.svg] [--around METRES] [--node ID]",
                                [&] { return cmdDraw(drawOut, drawAround, drawNode); });
-    draw->add_option("--out", drawOut, "the file to write (stdout when not given or -)");
+    draw->add_option("--out", drawOut, "the file to write (stdout when not given or -)")->type_name("FILE.svg");
     draw->add_option("--around", drawAround, "metres drawn each way from the centre")
+        ->type_name("METRES")
         ->capture_default_str()
         ->check(CLI::Range(1.0, 5000.0));
     draw->add_option("--node", drawNode, "centre on this node instead of the vehicle's fix")
+        ->type_name("ID")
         ->transform(CLI::Validator(rewriteWholeNumber, "", "whole number"))
         ->check(CLI::Range(0LL, 9223372036854775807LL));
 
