@@ -25,6 +25,17 @@ constexpr double PICTURE_HEIGHT = MAP_SIDE;
 // Metres of road per lane, as the location search counts a link's reach.
 constexpr double DRAW_LANE_WIDTH = 3.5;
 
+// A block of text or a mark in the picture, in pixels.
+struct LabelBox {
+    double left, top, right, bottom;
+};
+
+// One line of a label and its style class ("halo", "halo small", "halo head").
+struct LabelLine {
+    std::string text;
+    std::string cls;
+};
+
 struct DrawContext {
     const MapScene& scene;
     const DrawOptions& options;
@@ -32,7 +43,20 @@ struct DrawContext {
     MapProjection projection;
     SvgWriter& svg;
     std::string centreKind;  // "vehicle", "node" or "map"
+    std::vector<LabelBox> taken;  // what labels keep clear of
 };
+
+// Keeps labels placed later clear of `box`.
+void reserve(DrawContext& ctx, const LabelBox& box);
+// Writes `lines` beside a mark of radius `r` at `at`: in the first place
+// around it (right, left, below, above, then further out) where the block
+// stays in the map and overlaps nothing reserved, else on its right; the
+// block is reserved. `attrs` go to the first line.
+void placeLabel(DrawContext& ctx, PixelPoint at, double r, const std::vector<LabelLine>& lines,
+                const SvgAttrs& attrs = {});
+// Reserves the marks of the vehicle, the participants, targets, road-side
+// information and nodes before any label is placed.
+void reserveMarks(DrawContext& ctx);
 
 // "x,y x,y ..." of the points, projected.
 template <typename Points>

@@ -70,7 +70,9 @@ void approachLines(DrawContext& ctx, Panel& panel)
     if (!name.empty()) {
         panel.line(shortText(name, 36), "", 10.0);
     }
-    panel.line(svgNum(scene.location.dis2StopLine, 1) + " m to the stop line", "", 10.0);
+    panel.line(svgNum(scene.location.dis2StopLine, 1) + " m to the stop line (located " +
+                   svgNum(std::fmax(ctx.now - scene.location.getLatestRefreshTime(), 0.0), 1) + " s ago)",
+               "", 10.0);
     panel.line("limit " + svgNum(scene.location.maxSpeed * 3.6, 0) + " km/h", "", 10.0);
     if (!signal.lightReceived) {
         panel.line("no light received for the node", "", 10.0);

@@ -2,6 +2,7 @@
 // information at its reference points, participants and targets with their
 // distance and bearing, the vehicle with its trace, the located link and the
 // distance left to its stop line.
+#include <algorithm>
 #include <cmath>
 
 #include "MapDrawing.h"
@@ -12,6 +13,7 @@ namespace drawing {
 namespace {
 
 constexpr size_t TRACE_FIXES = 300;  // newest fixes of the trace drawn
+constexpr double TRACE_JUMP = 50.0;  // metres between two fixes that break the trace
 constexpr size_t RSI_TEXT_CHARS = 38;
 
 std::string pair(PixelPoint p)
@@ -38,9 +40,27 @@ const LMLinkExtend* locatedLink(const MapScene& scene, const LMNodeExtend** node
     return &l->second;
 }
 
+// Where a road-side record's mark stands: at its position, or at its first
+// reference point in the picture when the position lies outside; false when
+// neither is in the picture.
+bool rsiAnchor(const MapProjection& projection, const LMRSIExtend& rec, GeoCoordinates* at)
+{
+    *at = rec.position;
+    if (projection.inside(*at)) {
+        return true;
+    }
+    for (const LMPointBase& p : rec.points) {
+        if (projection.inside(GeoCoordinates(p))) {
+            *at = p;
+            return true;
+        }
+    }
+    return false;
+}
+
 // A participant or target: a symbol and two lines of text beside it.
 void drawMark(DrawContext& ctx, const SvgAttrs& attrs, const GeoCoordinates& at, const std::string& shape,
-              const std::string& colour, const std::string& first, const std::string& second, double below)
+              const std::string& colour, const std::string& first, const std::string& second)
 {
     SvgWriter& svg = ctx.svg;
     PixelPoint p = ctx.projection.toPixel(at);
@@ -58,11 +78,11 @@ void drawMark(DrawContext& ctx, const SvgAttrs& attrs, const GeoCoordinates& at,
         svg.empty("circle", {{"cx", svgNum(p.x)}, {"cy", svgNum(p.y)}, {"r", "7"}, {"fill", colour},
                              {"stroke", "#ffffff"}, {"stroke-width", "2"}});
     }
-    svg.text("text", {{"class", "halo"}, {"x", svgNum(p.x + 16.0)}, {"y", svgNum(p.y - 4.0 + below)}}, first);
+    std::vector<LabelLine> lines = {{first, "halo"}};
     if (!second.empty()) {
-        svg.text("text", {{"class", "halo small"}, {"x", svgNum(p.x + 16.0)}, {"y", svgNum(p.y + 10.0 + below)}},
-                 second);
+        lines.push_back({second, "halo small"});
     }
+    placeLabel(ctx, p, shape == "ring" ? 14.0 : 8.0, lines);
     svg.close();
 }
 
@@ -89,7 +109,7 @@ void drawParticipant(DrawContext& ctx, const char* list, const Rec& rec, const s
     SvgAttrs attrs = {{"class", "participant"}, {"data-list", list}, {"data-id", name}};
     std::string text;
     fromVehicle(ctx.scene, at, &attrs, &text);
-    drawMark(ctx, attrs, at, shape, colour, name + " (" + list + ")", text, 0.0);
+    drawMark(ctx, attrs, at, shape, colour, name + " (" + list + ")", text);
 }
 
 }  // namespace
@@ -99,17 +119,8 @@ void drawRoadSideInfo(DrawContext& ctx)
     SvgWriter& svg = ctx.svg;
     svg.open("g", {{"id", "road-side-info"}});
     for (const LMRSIExtend& rec : ctx.scene.rsi) {
-        // The mark stands at the record's position, or at its first reference
-        // point in the picture when the position lies outside.
-        GeoCoordinates at = rec.position;
-        bool near = ctx.projection.inside(at);
-        for (const LMPointBase& p : rec.points) {
-            if (!near && ctx.projection.inside(GeoCoordinates(p))) {
-                at = p;
-                near = true;
-            }
-        }
-        if (!near) {
+        GeoCoordinates at;
+        if (!rsiAnchor(ctx.projection, rec, &at)) {
             continue;
         }
         std::string source = fieldText(rec.sourceID, sizeof rec.sourceID);
@@ -131,8 +142,8 @@ void drawRoadSideInfo(DrawContext& ctx)
                           {"font-weight", "bold"}, {"class", "small"}},
                  "!");
         std::string text = fieldText(rec.text, sizeof rec.text);
-        svg.text("text", {{"class", "halo"}, {"x", svgNum(p.x + 8.0)}, {"y", svgNum(p.y + 24.0)}},
-                 (source.empty() ? "" : source + "#") + info + ": " + shortText(text, RSI_TEXT_CHARS));
+        placeLabel(ctx, p, 11.0,
+                   {{(source.empty() ? "" : source + "#") + info + ": " + shortText(text, RSI_TEXT_CHARS), "halo"}});
         svg.close();
     }
     svg.close();
@@ -179,7 +190,7 @@ void drawTraffic(DrawContext& ctx)
                           {"data-bearing", svgNum(t.angle * 180.0 / 3.141592653589793, 1)}};
         drawMark(ctx, attrs, t.gnss.position, "ring", "#e53935",
                  "target " + std::to_string((unsigned)t.localID) + (id.empty() ? "" : " " + id),
-                 far ? "far away" : distanceBearingText(t.distance, t.angle), 30.0);
+                 far ? "far away" : distanceBearingText(t.distance, t.angle));
     }
     ctx.svg.close();
 }
@@ -188,14 +199,21 @@ void drawVehicle(DrawContext& ctx)
 {
     const MapScene& scene = ctx.scene;
     SvgWriter& svg = ctx.svg;
-    std::vector<GeoCoordinates> trace;
-    for (size_t i = 0; i < scene.trace.size() && i < TRACE_FIXES; ++i) {
-        if (scene.trace[i].getLatestRefreshTime() != 0.0) {
-            trace.insert(trace.begin(), scene.trace[i].position);
+    // The newest fixes, oldest first; a jump (a fix from elsewhere) starts a
+    // new piece of the line.
+    std::string path;
+    PlanePoint last;
+    for (size_t i = std::min(scene.trace.size(), TRACE_FIXES); i-- > 0;) {
+        if (scene.trace[i].getLatestRefreshTime() == 0.0) {
+            continue;
         }
+        PlanePoint at = ctx.projection.toPlane(GeoCoordinates(scene.trace[i].position));
+        bool jump = path.empty() || std::hypot(at.east - last.east, at.north - last.north) > TRACE_JUMP;
+        path += (path.empty() ? "M" : (jump ? " M" : " L")) + pair(ctx.projection.toPixel(at));
+        last = at;
     }
-    if (trace.size() >= 2) {
-        svg.empty("polyline", {{"id", "trace"}, {"points", pixelList(ctx.projection, trace)}, {"fill", "none"},
+    if (!path.empty()) {
+        svg.empty("path", {{"id", "trace"}, {"d", path}, {"fill", "none"},
                                {"stroke", "#1565c0"}, {"stroke-width", "2"}, {"stroke-opacity", "0.7"},
                                {"stroke-dasharray", "1 3"}, {"stroke-linecap", "round"}});
     }
@@ -203,6 +221,8 @@ void drawVehicle(DrawContext& ctx)
         return;
     }
     PixelPoint car = ctx.projection.toPixel(GeoCoordinates(scene.fix.position));
+    float speed = scene.fix.speed;
+    std::vector<LabelLine> label = {{"vehicle " + svgNum(speed * 3.6, 0) + " km/h", "halo head"}};
     const LMNodeExtend* node = nullptr;
     const LMLinkExtend* link = locatedLink(scene, &node);
     if (link != nullptr && !link->points.empty()) {
@@ -212,21 +232,50 @@ void drawVehicle(DrawContext& ctx)
         svg.empty("line", {{"x1", svgNum(car.x)}, {"y1", svgNum(car.y)}, {"x2", svgNum(stop.x)},
                            {"y2", svgNum(stop.y)}, {"stroke", "#0d47a1"}, {"stroke-width", "2"},
                            {"stroke-dasharray", "6 4"}});
-        svg.text("text", {{"class", "halo head"}, {"x", svgNum((car.x + stop.x) / 2.0 - 14.0)},
-                          {"y", svgNum((car.y + stop.y) / 2.0)}, {"text-anchor", "end"}},
-                 svgNum(metres, 1) + " m to the stop line");
         svg.close();
+        label.push_back({svgNum(metres, 1) + " m to the stop line", "halo head"});
     }
-    float speed = scene.fix.speed;
     svg.open("g", {{"id", "vehicle"},
                    {"transform", "translate(" + pair(car) + ") rotate(" + svgNum(scene.fix.heading, 1) + ")"},
                    {"data-speed", svgNum(speed, 2)}});
     svg.empty("path", {{"d", "M0,-16 L10,11 L0,5 L-10,11 z"}, {"fill", "#1565c0"}, {"stroke", "#ffffff"},
                        {"stroke-width", "2"}, {"stroke-linejoin", "round"}});
     svg.close();
-    svg.text("text", {{"id", "vehicle-label"}, {"class", "halo head"}, {"x", svgNum(car.x - 18.0)},
-                      {"y", svgNum(car.y + 4.0)}, {"text-anchor", "end"}},
-             "vehicle " + svgNum(speed * 3.6, 0) + " km/h");
+    placeLabel(ctx, car, 16.0, label, {{"id", "vehicle-label"}});
+}
+
+void reserveMarks(DrawContext& ctx)
+{
+    const MapScene& scene = ctx.scene;
+    const MapProjection& proj = ctx.projection;
+    auto around = [&](const GeoCoordinates& at, double r) {
+        PixelPoint p = proj.toPixel(at);
+        reserve(ctx, {p.x - r, p.y - r, p.x + r, p.y + r});
+    };
+    if (scene.fixKnown) {
+        around(scene.fix.position, 17.0);
+    }
+    for (const PTC& p : scene.ptcs) {
+        around(p.gnss.position, 9.0);
+    }
+    for (const OBU& o : scene.obus) {
+        around(o.gnss.position, 9.0);
+    }
+    for (const RSU& r : scene.rsus) {
+        around(r.gnss.position, 9.0);
+    }
+    for (const TargetBase& t : scene.targets) {
+        around(t.gnss.position, 15.0);
+    }
+    for (const LMRSIExtend& rec : scene.rsi) {
+        GeoCoordinates at;
+        if (rsiAnchor(proj, rec, &at)) {
+            around(at, 11.0);
+        }
+    }
+    for (const auto& n : scene.nodes) {
+        around(n.second, 8.0);
+    }
 }
 
 }  // namespace drawing

@@ -182,6 +182,86 @@ std::string distanceBearingText(double metres, double angle)
     return svgNum(metres, 1) + " m, " + svgNum(std::fabs(degrees), 0) + "\xC2\xB0 " + side;
 }
 
+namespace {
+
+// Pixels a line of text takes: per character and in height, by its class.
+void textMetrics(const std::string& cls, double* perChar, double* height)
+{
+    bool head = cls.find("head") != std::string::npos;
+    bool small = cls.find("small") != std::string::npos;
+    *perChar = head ? 8.4 : (small ? 6.5 : 7.6);
+    *height = head ? 18.0 : (small ? 14.0 : 16.0);
+}
+
+size_t characters(const std::string& text)
+{
+    size_t n = 0;
+    for (char c : text) {
+        n += ((unsigned char)c & 0xC0) != 0x80;
+    }
+    return n;
+}
+
+bool overlaps(const LabelBox& a, const LabelBox& b)
+{
+    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+}
+
+}  // namespace
+
+void reserve(DrawContext& ctx, const LabelBox& box)
+{
+    ctx.taken.push_back(box);
+}
+
+void placeLabel(DrawContext& ctx, PixelPoint at, double r, const std::vector<LabelLine>& lines, const SvgAttrs& attrs)
+{
+    double w = 0.0, h = 0.0;
+    for (const LabelLine& line : lines) {
+        double perChar, height;
+        textMetrics(line.cls, &perChar, &height);
+        w = std::fmax(w, perChar * (double)characters(line.text));
+        h += height;
+    }
+    const double gap = r + 4.0;
+    // Top-left corners to try, nearest first.
+    std::vector<PixelPoint> places = {{at.x + gap, at.y - h / 2.0},     {at.x - gap - w, at.y - h / 2.0},
+                                      {at.x - w / 2.0, at.y + gap},     {at.x - w / 2.0, at.y - gap - h},
+                                      {at.x + gap, at.y - gap - h},     {at.x + gap, at.y + gap},
+                                      {at.x - gap - w, at.y - gap - h}, {at.x - gap - w, at.y + gap}};
+    for (int k = 1; k <= 4; ++k) {
+        for (double side : {at.x + gap, at.x - gap - w}) {
+            places.push_back({side, at.y + gap + (double)k * (h + 2.0)});
+            places.push_back({side, at.y - gap - h - (double)k * (h + 2.0)});
+        }
+    }
+    PixelPoint chosen = places[0];
+    for (const PixelPoint& p : places) {
+        LabelBox box{p.x, p.y, p.x + w, p.y + h};
+        bool inMap = box.left >= 2.0 && box.right <= MAP_SIDE - 2.0 && box.top >= 2.0 && box.bottom <= MAP_SIDE - 2.0;
+        bool clear = true;
+        for (const LabelBox& t : ctx.taken) {
+            clear = clear && !overlaps(box, t);
+        }
+        if (inMap && clear) {
+            chosen = p;
+            break;
+        }
+    }
+    reserve(ctx, {chosen.x, chosen.y, chosen.x + w, chosen.y + h});
+    double y = chosen.y;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        double perChar, height;
+        textMetrics(lines[i].cls, &perChar, &height);
+        y += height;
+        SvgAttrs a = {{"class", lines[i].cls}, {"x", svgNum(chosen.x)}, {"y", svgNum(y - height * 0.25)}};
+        if (i == 0) {
+            a.insert(a.end(), attrs.begin(), attrs.end());
+        }
+        ctx.svg.text("text", a, lines[i].text);
+    }
+}
+
 }  // namespace drawing
 
 using namespace drawing;
@@ -207,8 +287,9 @@ int drawScene(const MapScene& scene, const DrawOptions& options, double nowSecon
                           {"data-centre", kind},
                           {"data-around", svgNum(options.aroundMetres, 1)},
                           {"font-family", "sans-serif"}});
-        DrawContext ctx{scene, options, nowSeconds, MapProjection(centre, options.aroundMetres, MAP_SIDE, 0.0, 0.0),
-                        writer, kind};
+        DrawContext ctx{scene,  options, nowSeconds, MapProjection(centre, options.aroundMetres, MAP_SIDE, 0.0, 0.0),
+                        writer, kind,    {}};
+        reserveMarks(ctx);
         writer.raw(STYLE);
         writer.raw(markers());
         writer.empty("rect", {{"x", "0"}, {"y", "0"}, {"width", svgNum(MAP_SIDE, 0)},

@@ -202,6 +202,7 @@ void drawMovements(DrawContext& ctx)
                 double aside = width * ppm / 2.0 + 5.0 + (std::fabs(rx) * w + std::fabs(ry) * h) / 2.0;
                 double cx = s.x + ux * gap + rx * aside, cy = s.y + uy * gap + ry * aside;
                 badgeAt += std::fabs(ux) * w + std::fabs(uy) * h + 4.0;
+                reserve(ctx, {cx - w / 2.0, cy - h / 2.0, cx + w / 2.0, cy + h / 2.0});
                 svg.open("g", with({{"class", std::string("phase-badge ") + colour}}, keys));
                 svg.empty("rect", {{"x", svgNum(cx - w / 2.0)}, {"y", svgNum(cy - h / 2.0)}, {"width", svgNum(w)},
                                    {"height", svgNum(h)}, {"rx", "4"}, {"stroke", "#ffffff"}});
@@ -230,9 +231,8 @@ void drawNodes(DrawContext& ctx)
         svg.open("g", {{"class", "node"}, {"data-node", id}});
         svg.empty("circle", {{"cx", svgNum(at.x)}, {"cy", svgNum(at.y)}, {"r", "6"}, {"fill", "#283593"},
                              {"stroke", "#ffffff"}, {"stroke-width", "2"}});
-        // In the corner north-east of the node, clear of its roads.
-        svg.text("text", {{"class", "halo head"}, {"x", svgNum(at.x + 40.0)}, {"y", svgNum(at.y - 44.0)}},
-                 "node " + id + (name.empty() ? "" : " " + name));
+        // Clear of the roads that meet there.
+        placeLabel(ctx, at, 30.0, {{"node " + id + (name.empty() ? "" : " " + name), "halo head"}});
         svg.close();
     }
     svg.close();

@@ -11,6 +11,8 @@
 # an on-board unit approaches on the crossing road; at each step the car turns
 # the participants into targets and prints the other vehicle's distance and
 # bearing; once it falls silent it leaves the lists 2 s after its last report.
+# Pictures of the map (v2xshm draw) are taken as the car approaches the stop
+# line and as the drive ends, and kept in the build directory.
 # Finally stop the owner and show that nothing is left.
 #
 # With --serve, the session stops before the drive and shows the unit in a
@@ -90,11 +92,13 @@ if [ "${V2XSHM_DEMO_INSIDE:-}" != 1 ]; then
     setup
     echo "== entering a private IPC namespace"
     exec unshare --ipc --map-root-user env V2XSHM_DEMO_INSIDE=1 V2XSHM_TOOL="$BUILD/tools/v2xshm" \
+        V2XSHM_DEMO_PICTURES="$BUILD" \
         V2XSHM_MAKESAMPLE="$BUILD/tools/mapsample/v2xshm_makesample" bash "${BASH_SOURCE[0]}" "$@"
 fi
 
 # --- Inside the namespace.
 TOOL="$V2XSHM_TOOL"
+PICTURES="$V2XSHM_DEMO_PICTURES"
 MAKESAMPLE="$V2XSHM_MAKESAMPLE"
 WORK="$(mktemp -d)"
 OWNER_PID=""
@@ -259,6 +263,11 @@ step_drive() {
         printf '%5.1fs %8.2fm  %s\n' "$t" "$north" "$out"
         printf '%18s target: %s\n' "" "$target"
         [ -n "$signal" ] && printf '%18s light: %s%s\n' "" "$signal" "${rsi:+; road-side: $rsi}"
+        # 30 m before the stop line: a picture of the approach.
+        if [ "$i" -eq 60 ]; then
+            "$TOOL" draw --out "$PICTURES/demo-approach.svg" >/dev/null
+            printf '%18s (picture of this moment: v2xshm draw --out %s)\n' "" "$PICTURES/demo-approach.svg"
+        fi
         i=$((i + 1))
     done
     LAST_MESSAGE_AT=$EPOCHREALTIME
@@ -266,6 +275,10 @@ step_drive() {
     step "The road around the car as the drive ends: the other vehicle as a target"
     v2xshm show targets
     v2xshm ptc age
+
+    step "The same as a picture: the map around the car, its trace, the light of each movement, obu-b"
+    v2xshm draw --out "$PICTURES/demo-map.svg"
+    echo "Open it in a browser; $PICTURES/demo-approach.svg shows the car 30 m before its stop line."
 
     step "The last location published stays, with its age, for readers to judge"
     v2xshm show location
