@@ -279,6 +279,11 @@ if [[ $HOST_OK == 0 ]]; then
     demo_judge "a light state with a count-down" \
         "grep -Eq '^ +light: (red|green|yellow), changes in [0-9]+\.[0-9] s' '$demo_log'"
     demo_judge "the other vehicle as a target" "grep -Eq '^ +target: obu-b [0-9.]+ m, ' '$demo_log'"
+    demo_judge "a picture of the map with the car and the other vehicle" \
+        "grep -q '^wrote the map picture to $BUILD_ROOT/host/demo-map.svg' '$demo_log' &&
+         python3 -c 'import sys, xml.dom.minidom as m; m.parse(sys.argv[1])' '$BUILD_ROOT/host/demo-map.svg' &&
+         grep -q 'id=\"vehicle\"' '$BUILD_ROOT/host/demo-map.svg' &&
+         grep -q 'class=\"participant\" data-list=\"obu\" data-id=\"obu-b\"' '$BUILD_ROOT/host/demo-map.svg'"
     demo_judge "nothing left in ipcs" \
         "sed -n '/^### Nothing is left behind/,\$p' '$demo_log' >'$LOGS/demo-end.log' &&
          grep -q '^------ Shared Memory Segments' '$LOGS/demo-end.log' && ! grep -q '^0x' '$LOGS/demo-end.log'"
