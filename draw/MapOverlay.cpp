@@ -28,11 +28,14 @@ const LMLinkExtend* locatedLink(const MapScene& scene, const LMNodeExtend** node
     if (!scene.located) {
         return nullptr;
     }
-    auto n = scene.nodes.find(scene.location.nodeId);
+    // Keys copied out of the packed record before the look-ups take them by reference.
+    int64_t nodeId = scene.location.nodeId;
+    int64_t upstreamNodeId = scene.location.upstreamNodeId;
+    auto n = scene.nodes.find(nodeId);
     if (n == scene.nodes.end()) {
         return nullptr;
     }
-    auto l = n->second.links.find(scene.location.upstreamNodeId);
+    auto l = n->second.links.find(upstreamNodeId);
     if (l == n->second.links.end()) {
         return nullptr;
     }
@@ -188,7 +191,8 @@ void drawTraffic(DrawContext& ctx)
         SvgAttrs attrs = {{"class", "target"}, {"data-id", id},
                           {"data-distance", far ? "" : svgNum(t.distance, 1)},
                           {"data-bearing", svgNum(t.angle * 180.0 / 3.141592653589793, 1)}};
-        drawMark(ctx, attrs, t.gnss.position, "ring", "#e53935",
+        GeoCoordinates at = t.gnss.position;
+        drawMark(ctx, attrs, at, "ring", "#e53935",
                  "target " + std::to_string((unsigned)t.localID) + (id.empty() ? "" : " " + id),
                  far ? "far away" : distanceBearingText(t.distance, t.angle));
     }
@@ -248,7 +252,7 @@ void reserveMarks(DrawContext& ctx)
 {
     const MapScene& scene = ctx.scene;
     const MapProjection& proj = ctx.projection;
-    auto around = [&](const GeoCoordinates& at, double r) {
+    auto around = [&](GeoCoordinates at, double r) {
         PixelPoint p = proj.toPixel(at);
         reserve(ctx, {p.x - r, p.y - r, p.x + r, p.y + r});
     };

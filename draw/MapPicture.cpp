@@ -65,7 +65,8 @@ bool chooseCentre(const MapScene& scene, const DrawOptions& options, GeoCoordina
         *kind = "vehicle";
         return true;
     }
-    auto located = scene.located ? scene.nodes.find(scene.location.nodeId) : scene.nodes.end();
+    int64_t locatedId = scene.location.nodeId;  // out of the packed record
+    auto located = scene.located ? scene.nodes.find(locatedId) : scene.nodes.end();
     if (located == scene.nodes.end()) {
         located = scene.nodes.begin();
     }

@@ -183,7 +183,8 @@ void drawMovements(DrawContext& ctx)
                                         {"marker-end", std::string("url(#head-") + colour + ")"}},
                                        keys));
                 ++index;
-                if (!badged.insert(movement.phaseId).second) {
+                uint8_t phaseId = movement.phaseId;  // out of the packed record
+                if (!badged.insert(phaseId).second) {
                     continue;
                 }
                 // One badge per phase of the link, upstream of its stop line.

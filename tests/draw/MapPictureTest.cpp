@@ -55,11 +55,13 @@ MapScene sampleScene()
     MapScene scene;
     scene.mapPresent = true;
     for (const LMNodeExtend& node : SampleIntersection::nodes()) {
-        scene.nodes[node.nodeId] = node;
+        int64_t id = node.nodeId;  // not by reference into the packed record
+        scene.nodes[id] = node;
     }
     for (LMTrafficLightExtend light : SampleSignal::lights()) {
         light.latestRefreshTime = T0;
-        scene.lights[light.id] = light;
+        int64_t id = light.id;
+        scene.lights[id] = light;
     }
     for (LMRSIExtend rec : SampleSignal::rsiRecords()) {
         strncpy(rec.sourceID, "rsu-1001", sizeof rec.sourceID);
