@@ -163,6 +163,7 @@ TEST(MapPicture, KnownObjectsLandWithinHalfAPixel)
         EXPECT_NEAR(x, c.vehicleX, 0.5);
         EXPECT_NEAR(y, c.vehicleY, 0.5);
         EXPECT_EQ(heading, 0.0);
+        ASSERT_EQ(byClass(elements, "participant").size(), 3u);
         const XmlElement& node = firstChild(byClass(elements, "node")[0]);
         EXPECT_NEAR(num(node, "cx"), c.nodeX, 0.5);
         EXPECT_NEAR(num(node, "cy"), c.nodeY, 0.5);
@@ -246,6 +247,7 @@ TEST(MapPicture, HostileTextStaysWellFormed)
         rsiText = rsiText || e.text == "SSSSSSSSSSSSSSSS#1: <b>&amp; \"x\" 'y'??? end";
     }
     EXPECT_TRUE(rsiText);
+    ASSERT_EQ(byClass(elements, "participant").size(), 3u);
     EXPECT_EQ(byClass(elements, "participant")[1]->attr("data-id"), "<obu>");
 }
 
@@ -317,7 +319,8 @@ TEST(MapPictureFromLists, DrawsWhatTheOwnersHoldAndCreatesNothing)
     EXPECT_EQ(byId(elements, "located-link"), nullptr);
     EXPECT_NE(svg.find(">rsi, trace, location, ptc, obu, <"), std::string::npos);
     EXPECT_NE(svg.find(">rsu, targets<"), std::string::npos);
-    EXPECT_EQ(byClass(elements, "movement")[0]->attr("data-state") == "none", false);
+    ASSERT_FALSE(byClass(elements, "movement").empty());
+    EXPECT_NE(byClass(elements, "movement")[0]->attr("data-state"), "none");
     DrawOptions options;
     options.nodeId = 999;
     EXPECT_EQ(drawCurrentMap(&svg, options, NOW), -2);

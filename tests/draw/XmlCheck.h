@@ -9,12 +9,12 @@
 // parser would refuse (an unclosed or crossed tag, an unquoted or repeated
 // attribute, a raw '<' or '&', an unknown entity, bytes that are not UTF-8,
 // more than one root) makes it fail with the reason. Elements come out in
-// document order with their attributes and text, entities decoded.
+// document order with their attributes and text, entities decoded. (No
+// comments, CDATA or processing instructions: the pictures have none.)
 struct XmlElement {
     std::string tag;
     std::map<std::string, std::string> attrs;
     std::string text;
-    int depth = 0;
     std::string attr(const std::string& name) const
     {
         auto it = attrs.find(name);
