@@ -5,14 +5,51 @@
 #include "Commands.h"
 
 #include <cerrno>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 
 #include "MapPicture.h"
+#include "ToolParse.h"
 #include "shm/TimeTool.h"
 
+const char* const DRAW_SYNTAX = "[--out FILE.svg] [--around METRES] [--node ID]";
+
 namespace {
+
+// The options of the words; "" when they parse, else the complaint.
+std::string drawOptions(const std::vector<std::string>& words, std::string* out, DrawOptions* options)
+{
+    for (size_t i = 0; i < words.size(); i += 2) {
+        const std::string& name = words[i];
+        if (name != "--out" && name != "--around" && name != "--node") {
+            return "unknown argument '" + name + "'";
+        }
+        if (i + 1 >= words.size()) {
+            return name + " needs a value";
+        }
+        const std::string& value = words[i + 1];
+        char* end = nullptr;
+        long long node = 0;
+        if (name == "--out") {
+            *out = value;
+        } else if (name == "--around") {
+            double metres = value.empty() || isspace((unsigned char)value[0]) ? NAN : strtod(value.c_str(), &end);
+            if ((end != nullptr && *end != '\0') || !(metres >= 1.0 && metres <= 5000.0)) {
+                return "--around '" + value + "' is not a number of metres in 1..5000";
+            }
+            options->aroundMetres = metres;
+        } else if (!parseWhole(value, 0, INT64_MAX, &node)) {
+            return "--node '" + value + "' is not a node id (a whole number, 0 or more)";
+        } else {
+            options->nodeId = node;
+        }
+    }
+    return "";
+}
 
 // Writes the whole text to `file`, replacing it; "" when done, else why not.
 std::string writeFile(const std::string& file, const std::string& text)
@@ -32,21 +69,25 @@ std::string writeFile(const std::string& file, const std::string& text)
 
 }  // namespace
 
-int cmdDraw(const std::string& out, double aroundMetres, long long nodeId)
+int cmdDraw(const ToolArgs& args)
 {
+    std::string out;
+    DrawOptions options;
+    std::string error = drawOptions(args.words, &out, &options);
+    if (!error.empty()) {
+        return usageError(error + "; usage: draw " + DRAW_SYNTAX);
+    }
     if (!requireOwner(*findList("map"))) {
         return EXIT_FAILURE_CODE;
     }
-    DrawOptions options;
-    options.aroundMetres = aroundMetres;
-    options.nodeId = nodeId;
     std::string svg;
     // The lists are read one after the other, each under its own lock.
     guardLockWait("map", 10);
     int rc = drawCurrentMap(&svg, options, TimeTool::getPreciseTimeNow());
     releaseLockGuard();
     if (rc == -2) {
-        return failure("node " + std::to_string(nodeId) + " is not in the map list (v2xshm show map lists them)");
+        return failure("node " + std::to_string((long long)options.nodeId) +
+                       " is not in the map list (v2xshm show map lists them)");
     }
     if (rc == 0) {
         return failure("the map list has no owner");
@@ -58,7 +99,7 @@ int cmdDraw(const std::string& out, double aroundMetres, long long nodeId)
         std::cout << svg << std::flush;
         return std::cout ? EXIT_OK : failure("cannot write the picture to stdout");
     }
-    std::string error = writeFile(out, svg);
+    error = writeFile(out, svg);
     if (!error.empty()) {
         return failure(error);
     }

@@ -56,8 +56,8 @@ int cmdSignal(const ToolArgs& args);
 int cmdRsi(const ToolArgs& args);
 int cmdShowSignal(const std::string& what, const ToolArgs& args);
 
-// CmdDraw.cpp: the picture of the local map, to `out` (stdout when empty or
-// "-"), `aroundMetres` around the vehicle's fix or node `nodeId` (-1: the fix).
-int cmdDraw(const std::string& out, double aroundMetres, long long nodeId);
+// CmdDraw.cpp: the picture of the local map
+extern const char* const DRAW_SYNTAX;  // "[--out FILE.svg] [--around METRES] [--node ID]"
+int cmdDraw(const ToolArgs& args);
 
 #endif

@@ -236,23 +236,8 @@ int main(int argc, char** argv)
                             cmdRsi);
     f.words(rsi, "load", "check a road-side information file, then load it", "FILE [--source TEXT]", {"load"}, cmdRsi);
     f.words(rsi, "age", "the age of the road-side information list", "", {"age"}, cmdRsi);
-
-    std::string drawOut;
-    double drawAround = 150.0;
-    long long drawNode = -1;
-    CLI::App* draw = f.command(nullptr, "draw", "an SVG picture of the local map with the vehicle, its signals and the "
-                                                "road users around it",
-                               "[--out FILE.svg] [--around METRES] [--node ID]",
-                               [&] { return cmdDraw(drawOut, drawAround, drawNode); });
-    draw->add_option("--out", drawOut, "the file to write (stdout when not given or -)")->type_name("FILE.svg");
-    draw->add_option("--around", drawAround, "metres drawn each way from the centre")
-        ->type_name("METRES")
-        ->capture_default_str()
-        ->check(CLI::Range(1.0, 5000.0));
-    draw->add_option("--node", drawNode, "centre on this node instead of the vehicle's fix")
-        ->type_name("ID")
-        ->transform(CLI::Validator(rewriteWholeNumber, "", "whole number"))
-        ->check(CLI::Range(0LL, 9223372036854775807LL));
+    f.words(nullptr, "draw", "an SVG picture of the local map, its signals and road users (stdout without --out; "
+                             "METRES 150 by default, 1 to 5000)", DRAW_SYNTAX, {}, cmdDraw);
 
     CLI::App* frame = f.words(nullptr, "frame", "framed messages", "decode HEX|- | build --type T --subtype S [DATA_HEX]",
                               {}, cmdFrame);
