@@ -179,14 +179,9 @@ int configSet(const ToolArgs& args)
     if (!requireOwner(*findList("config"))) {
         return EXIT_FAILURE_CODE;
     }
-    DevConfigMng mng(false);
-    // In place under the lock, so entries other processes inserted stay.
-    guardLockWait("config");
-    int rc = mng.operateSHMNotSafe(DevConfigMng::insertConfig2SHM, &entry);
-    releaseLockGuard();
-    if (rc != 1) {
-        return failure("config list is full (" + std::to_string(DevConfigListInShm::capacity) + " entries); " +
-                       key + " not added");
+    bad = storeEntry(&entry);
+    if (!bad.empty()) {
+        return failure(bad);
     }
     if (args.json) {
         printEntryJson(entry, type->isDouble);

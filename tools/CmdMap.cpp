@@ -14,7 +14,7 @@
 
 #include "LocalMapFront.h"
 #include "LocalMapJson.h"
-#include "localmap/LMMessageCheck.h"
+#include "ReceivedLists.h"
 #include "localmap/LMNodeListMng.h"
 
 namespace {
@@ -22,20 +22,6 @@ namespace {
 using NodeMap = std::map<int64_t, LMNodeExtend>;
 
 // ---- map load ----
-
-std::string checkFailure(const std::string& file, int code, int faultAt, int size)
-{
-    std::string where = " at byte " + std::to_string(faultAt);
-    switch (code) {
-    case LMMessageCheck::MALFORMED:
-        return file + ": not a valid map message: a record length below 0 or a name over 64 bytes" + where;
-    case LMMessageCheck::TRUNCATED:
-        return file + ": map message cut short: a count or field" + where + " runs past the file's " +
-               std::to_string(size) + " bytes";
-    default:
-        return file + ": not a map message";
-    }
-}
 
 struct MapTotals {
     size_t links = 0;
@@ -79,37 +65,17 @@ int mapLoad(const ToolArgs& args)
     }
     int size = (int)bytes.size();
     // Everything about the file is checked before any list is touched.
-    int faultAt = 0;
-    int span = LMMessageCheck::checkNodeList(bytes.data(), 0, size, &faultAt);
-    if (span < 0) {
-        return usageError(checkFailure(file, span, faultAt, size));
-    }
-    if (span != size) {
-        return usageError(file + ": " + std::to_string(size - span) + " bytes after the end of the map message at byte " +
-                          std::to_string(span));
+    std::string bad = checkReceived(Received::MAP, bytes, "file");
+    if (!bad.empty()) {
+        return usageError(file + ": " + bad);
     }
     if (!requireOwner(*findList("map"))) {
         return EXIT_FAILURE_CODE;
     }
     LMNodeListMng mng(false);
-    int pos = 0;
-    if (LMMessageCheck::DeSerializeChecked(&mng, bytes.data(), &pos, size) != span) {
-        return failure(file + ": out of memory while decoding");
-    }
-    // A receiving process derives the distances to each link's end before
-    // anyone relies on them.
-    for (auto& node : mng.nodes) {
-        for (auto& link : node.second.links) {
-            link.second.calcPointsDis2End();
-        }
-    }
-    NodeMap incoming = mng.nodes;  // insertUpdateList takes the nodes it merges out of it
-    guardLockWait("map");
-    int rc = mng.operateSHMNotSafe(LMNodeListMng::insertUpdateList, &incoming);
-    releaseLockGuard();
-    if (rc != 1) {
-        return failure(file + ": the map list could not take these nodes (it holds " +
-                       std::to_string(LMNodeListMng::SHM_SIZE) + " bytes); nothing changed");
+    bad = insertMapMessage(mng, bytes);
+    if (!bad.empty()) {
+        return failure(file + ": " + bad);
     }
     MapTotals t = totalsOf(mng.nodes);
     if (args.json) {

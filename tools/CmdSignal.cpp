@@ -7,6 +7,7 @@
 // information of the vehicle's approach are the unit layer's (CmdLocate.cpp).
 #include "Commands.h"
 #include "JsonText.h"
+#include "ReceivedLists.h"
 
 #include <cstdint>
 #include <cstring>
@@ -15,7 +16,6 @@
 #include <vector>
 
 #include "localmap/LMRSIListMng.h"
-#include "localmap/LMSignalCheck.h"
 #include "localmap/LMTLListMng.h"
 
 namespace {
@@ -37,26 +37,6 @@ bool readFile(const std::string& file, const char* what, std::vector<char>* byte
     return true;
 }
 
-// The walk's verdict on the file as one line, or "" when it is whole.
-std::string checkVerdict(const std::string& file, const char* what, int span, int faultAt, int size)
-{
-    if (span == LMSignalCheck::MALFORMED) {
-        return file + ": not a valid " + what + ": a record length below 0 at byte " + std::to_string(faultAt);
-    }
-    if (span == LMSignalCheck::TRUNCATED) {
-        return file + ": " + what + " cut short: a count or field at byte " + std::to_string(faultAt) +
-               " runs past the file's " + std::to_string(size) + " bytes";
-    }
-    if (span < 0) {
-        return file + ": not a " + what;
-    }
-    if (span != size) {
-        return file + ": " + std::to_string(size - span) + " bytes after the end of the " + what + " at byte " +
-               std::to_string(span);
-    }
-    return "";
-}
-
 int signalLoad(const ToolArgs& args)
 {
     if (args.words.size() != 2) {
@@ -69,26 +49,18 @@ int signalLoad(const ToolArgs& args)
         return usageError(error);
     }
     int size = (int)bytes.size();
-    int faultAt = 0;
-    int span = LMSignalCheck::checkTLList(bytes.data(), 0, size, &faultAt);
-    std::string verdict = checkVerdict(file, "light list", span, faultAt, size);
+    std::string verdict = checkReceived(Received::LIGHTS, bytes, "file");
     if (!verdict.empty()) {
-        return usageError(verdict);
+        return usageError(file + ": " + verdict);
     }
     if (!requireOwner(*findList("lights"))) {
         return EXIT_FAILURE_CODE;
     }
     LMTLListMng mng(false);
-    int pos = 0;
-    if (LMSignalCheck::DeSerializeChecked(&mng, bytes.data(), &pos, size) != span) {
-        return failure(file + ": out of memory while decoding");
-    }
-    LightMap incoming = mng.lights;
-    guardLockWait("lights");
-    int rc = mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &incoming);
-    releaseLockGuard();
-    if (rc != 1) {
-        return failure(file + ": the light list could not take these lights; nothing changed");
+    LightMap incoming;
+    verdict = insertLightMessage(mng, bytes, &incoming);
+    if (!verdict.empty()) {
+        return failure(file + ": " + verdict);
     }
     if (args.json) {
         Json ids = Json::array();
@@ -127,31 +99,19 @@ int rsiLoad(const ToolArgs& args)
         return usageError(error);
     }
     int size = (int)bytes.size();
-    int faultAt = 0;
-    int span = LMSignalCheck::checkRSIList(bytes.data(), 0, size, &faultAt);
-    std::string verdict = checkVerdict(file, "RSI list", span, faultAt, size);
+    std::string verdict = checkReceived(Received::RSI, bytes, "file");
     if (!verdict.empty()) {
-        return usageError(verdict);
+        return usageError(file + ": " + verdict);
     }
     if (!requireOwner(*findList("rsi"))) {
         return EXIT_FAILURE_CODE;
     }
     LMRSIListMng mng(false);
-    int pos = 0;
-    if (LMSignalCheck::DeSerializeChecked(&mng, bytes.data(), &pos, size) != span) {
-        return failure(file + ": out of memory while decoding");
+    size_t added = 0;
+    verdict = insertRsiMessage(mng, bytes, source, &added);
+    if (!verdict.empty()) {
+        return failure(file + ": " + verdict);
     }
-    for (LMRSIExtend& rec : mng.records) {
-        memcpy(rec.sourceID, source.data(), source.size());
-    }
-    std::vector<LMRSIExtend> incoming = mng.records;
-    guardLockWait("rsi");
-    int rc = mng.operateSHMNotSafe(LMRSIListMng::insertUpdateListMulti, &incoming);
-    releaseLockGuard();
-    if (rc != 1) {
-        return failure(file + ": the RSI list could not take these records; nothing changed");
-    }
-    size_t added = incoming.size();
     if (args.json) {
         printJson(Json{{"file", file}, {"bytes", size}, {"source", source}, {"records", mng.records.size()},
                        {"updated", mng.records.size() - added}, {"added", added}});

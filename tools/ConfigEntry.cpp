@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "ToolCommon.h"
+#include "shm/DevConfigMng.h"
 
 namespace {
 
@@ -87,4 +88,17 @@ std::string buildEntry(const std::string& key, const TypeName& type, const std::
         rc = entry->setValue(key.c_str(), type.type, bytes);
     }
     return rc == 1 ? "" : "the entry could not be built";
+}
+
+std::string storeEntry(ConfigInfo* entry)
+{
+    DevConfigMng mng(false);
+    guardLockWait("config");
+    int rc = mng.operateSHMNotSafe(DevConfigMng::insertConfig2SHM, entry);
+    releaseLockGuard();
+    if (rc != 1) {
+        return "config list is full (" + std::to_string(DevConfigListInShm::capacity) + " entries); " +
+               fieldText(entry->key, ConfigInfo::KEY_LEN) + " not added";
+    }
+    return "";
 }

@@ -24,4 +24,10 @@ std::string checkKey(const std::string& key);
 // success, else the complaint.
 std::string buildEntry(const std::string& key, const TypeName& type, const std::string& text, ConfigInfo* entry);
 
+// Inserts or replaces the entry in the shared config list, in place under
+// its lock (guarded) so that entries other processes inserted stay. "" on
+// success, else why nothing was written. Only once the list's owner was
+// seen running.
+std::string storeEntry(ConfigInfo* entry);
+
 #endif
