@@ -73,6 +73,7 @@ BASE_PACKAGES=(
     libcli11-dev:/usr/include/CLI/CLI.hpp nlohmann-json3-dev:/usr/include/nlohmann/json.hpp
     clang:clang++ libclang-rt-dev:have_fuzzer_runtime
     libcpp-httplib-dev:/usr/include/httplib.h chromium:chromium chromium-driver:chromedriver
+    libmosquitto-dev:/usr/include/mosquitto.h mosquitto:mosquitto mosquitto-clients:mosquitto_sub
 )
 ARM_PACKAGES=(g++-arm-linux-gnueabihf:arm-linux-gnueabihf-g++ qemu-user:qemu-arm)
 

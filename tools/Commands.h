@@ -60,4 +60,8 @@ int cmdShowSignal(const std::string& what, const ToolArgs& args);
 extern const char* const DRAW_SYNTAX;  // "[--out FILE.svg] [--around METRES] [--node ID]"
 int cmdDraw(const ToolArgs& args);
 
+// bridge/BridgeMqtt.cpp: bridge --broker HOST[:PORT] --unit ID [...]
+extern const char* const BRIDGE_SYNTAX;  // the words after "bridge" (bridge/BridgeOptions.cpp)
+int cmdBridge(const ToolArgs& args);
+
 #endif

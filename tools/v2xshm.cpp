@@ -238,7 +238,7 @@ int main(int argc, char** argv)
     f.words(rsi, "age", "the age of the road-side information list", "", {"age"}, cmdRsi);
     f.words(nullptr, "draw", "an SVG picture of the local map, its signals and road users (stdout without --out; "
                              "METRES 150 by default, 1 to 5000)", DRAW_SYNTAX, {}, cmdDraw);
-
+    f.words(nullptr, "bridge", "the lists to an MQTT broker; maps, lights, RSI, config from it", BRIDGE_SYNTAX, {}, cmdBridge);
     CLI::App* frame = f.words(nullptr, "frame", "framed messages", "decode HEX|- | build --type T --subtype S [DATA_HEX]",
                               {}, cmdFrame);
     f.words(frame, "decode", "decode frames given in hex, or read from stdin with -", "HEX|-", {"decode"}, cmdFrame);

@@ -5,7 +5,7 @@ source "$(dirname "$0")/ToolTestLib.sh" "$@"
 commands=(owner status check "config list" "config get" "config set" "gnss push" "vehicle disabled"
           "map load" "map age" locate "signal load" "signal age" "rsi load" "rsi age" "frame decode"
           "frame build" "comm log" "ptc push" "ptc age" "obu push" "rsu push" "targets build" "id next"
-          feed "log listen")
+          feed "log listen" bridge)
 for what in gnss trace vehicle map location signals rsi phases rsi-results comm ui ptc obu rsu targets \
             collisions procs; do
     commands+=("show $what")
