@@ -20,4 +20,15 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # passing of some arguments says nothing that matters here.
 set(CMAKE_CXX_FLAGS_INIT "-Wno-psabi")
 
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm;-L;/usr/${V2XSHM_ARM_TRIPLE})
+# Libraries the target gets from Debian's multiarch packages (for the MQTT
+# bridge, libmosquitto-dev:armhf) lie in /usr/lib/<triple>, outside the
+# cross compiler's tree. Only those are looked for there, by name; the folder
+# is never searched for headers or other libraries.
+set(V2XSHM_MULTIARCH_LIBDIR /usr/lib/${V2XSHM_ARM_TRIPLE})
+
+# The emulator runs the cross compiler's loader (-L). Its C and C++ libraries
+# come first on the library path: the multiarch C library is another build,
+# and a loader must run with its own. The multiarch folder follows, for
+# what only it holds.
+set(CMAKE_CROSSCOMPILING_EMULATOR
+    qemu-arm;-L;/usr/${V2XSHM_ARM_TRIPLE};-E;LD_LIBRARY_PATH=/usr/${V2XSHM_ARM_TRIPLE}/lib:${V2XSHM_MULTIARCH_LIBDIR})

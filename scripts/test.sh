@@ -63,7 +63,8 @@ have_fuzzer_runtime() {
     have_cmd clang++ && compgen -G "$(clang++ -print-runtime-dir 2>/dev/null)/libclang_rt.fuzzer*" >/dev/null
 }
 
-# package:probe; the probe is a command, an absolute path, or a check function.
+# package:probe (package may name its architecture, pkg:armhf); the probe is a
+# command, an absolute path, or a check function.
 BASE_PACKAGES=(
     cmake:cmake ninja-build:ninja g++:g++ pkg-config:pkg-config
     util-linux:unshare util-linux:ipcs util-linux:ipcmk python3:python3
@@ -89,7 +90,7 @@ probe() {
 missing_of() {
     local entry out=()
     for entry in "$@"; do
-        probe "${entry#*:}" || out+=("${entry%%:*}")
+        probe "${entry##*:}" || out+=("${entry%:*}")
     done
     ((${#out[@]})) && printf '%s\n' "${out[@]}" | sort -u
 }
@@ -114,6 +115,47 @@ if ((${#still_missing[@]})); then
     printf '%s\n' "${SUMMARY[@]}"
     echo "$TOTAL_PASSED passed, $TOTAL_FAILED failed"
     exit 1
+fi
+
+# The bridge's MQTT library for the ARM build comes from Debian's armhf
+# archive through multiarch. Multi-Arch: same libraries must have the same
+# version on both architectures, and a mirror part-way through a sync may
+# briefly offer a newer one for one architecture only: libssl3 (and the
+# host's packages tied to its exact version) is pinned to the newest version
+# offered for both.
+ARM_MOSQUITTO=/usr/lib/arm-linux-gnueabihf/libmosquitto.so
+have_arm_mosquitto() { [[ -e $ARM_MOSQUITTO ]]; }
+ARM_PACKAGES+=(libmosquitto-dev:armhf:have_arm_mosquitto)
+# versions_of PKG:ARCH: the versions apt offers, one a line.
+versions_of() { apt-cache madison "$1" 2>/dev/null | awk -F'|' '{ gsub(/ /, "", $2); print $2 }' | sort -u; }
+common_version() {
+    local best="" v
+    while read -r v; do
+        [[ -z $best ]] || dpkg --compare-versions "$v" gt "$best" && best=$v
+    done < <(comm -12 <(versions_of "$1:$(dpkg --print-architecture)") <(versions_of "$1:armhf"))
+    echo "$best"
+}
+install_arm_mosquitto() {
+    dpkg --print-foreign-architectures | grep -qx armhf || dpkg --add-architecture armhf
+    run_logged "$LOGS/apt-armhf.log" apt-get update || return 1
+    local ssl pins=() pkg
+    ssl=$(common_version libssl3)
+    if [[ -z $ssl ]]; then
+        echo "libmosquitto-dev:armhf cannot be installed now: no libssl3 version is offered for both" \
+            "$(dpkg --print-architecture) and armhf (a mirror part-way through a sync?); try again later"
+        return 1
+    fi
+    pins=("libssl3=$ssl" "libssl3:armhf=$ssl")
+    for pkg in libssl-dev openssl; do
+        dpkg -s "$pkg" >/dev/null 2>&1 && pins+=("$pkg=$ssl")
+    done
+    echo "installing libmosquitto-dev:armhf with libssl3 $ssl on both architectures"
+    run_logged "$LOGS/apt-armhf.log" apt-get install -y --no-install-recommends --allow-downgrades \
+        libmosquitto-dev:armhf "${pins[@]}" ||
+        { echo "libmosquitto-dev:armhf and libssl3 $ssl could not be installed on both architectures"; return 1; }
+}
+if ! have_arm_mosquitto && [[ $(id -u) == 0 ]] && have_cmd apt-get && have_cmd arm-linux-gnueabihf-g++; then
+    install_arm_mosquitto
 fi
 HAVE_ARM=true
 mapfile -t arm_missing < <(missing_of "${ARM_PACKAGES[@]}")

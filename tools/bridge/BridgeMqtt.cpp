@@ -166,7 +166,7 @@ void Bridge::disconnected(int rc)
     std::lock_guard<std::mutex> lock(shared_.mutex);
     if (shared_.connected) {  // once, not at each failed attempt
         std::cout << "disconnected from " << opt_.host << ":" << opt_.port << " (" << mosquitto_strerror(rc)
-                  << "); reconnecting" << std::endl;
+                  << ")" << (rc == 0 ? "" : "; reconnecting") << std::endl;
     }
     shared_.connected = false;
 }
