@@ -2,7 +2,8 @@
 # (amd64 on the host, armhf in the ARM cross build):
 #   libv2xshm0      the shared libraries (core and unit layer) with their SONAMEs
 #   libv2xshm-dev   headers, static archives, CMake package, pkg-config files
-#   v2xshm          the v2xshm tool (linked with the static archive) and v2xshm(1)
+#   v2xshm          the v2xshm tool (linked with the static archive, and with
+#                   libmosquitto for its MQTT bridge) and v2xshm(1)
 # Made with `cpack -G DEB` in a build directory; scripts/test.sh checks them.
 
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
@@ -54,8 +55,9 @@ set(CPACK_DEBIAN_DEV_DESCRIPTION
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME v2xshm)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${V2XSHM_DEB_SYSTEM_DEPENDS}")
+# The bridge is built against Debian 12's libmosquitto 2.0 of the same ABI.
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${V2XSHM_DEB_SYSTEM_DEPENDS}, libmosquitto1 (>= 2.0)")
 set(CPACK_DEBIAN_TOOL_DESCRIPTION
-    "look into and drive the shared state of a V2X unit\n The v2xshm tool shows what is in a running unit's shared-memory lists,\n checks their consistency and drives them by hand.")
+    "look into and drive the shared state of a V2X unit\n The v2xshm tool shows what is in a running unit's shared-memory lists,\n checks their consistency and drives them by hand; its bridge carries the\n lists to an MQTT broker and maps, signals and configuration back.")
 
 include(CPack)

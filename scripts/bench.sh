@@ -165,13 +165,15 @@ for b in json.load(open(sys.argv[1]))["benchmarks"]:
         runs[b["run_name"]] = b
 scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3}
 views = [runs[n] for n in sorted(runs) if n.startswith("BM_BridgeView/")]
+LISTS = ["ptc", "obu", "rsu", "map", "lights", "rsi", "config", "approach"]  # bridgeLists() order
 print()
 print("MQTT bridge (medians; every list full, each view read and written as it changes)")
 cycle = 0.0
 for v in views:
     us = v["real_time"] * scale[v["time_unit"]]
     cycle += us
-    print("  %-26s %8.1f us per publication, %8.0f publications/s" % (v.get("label", v["run_name"]), us, 1e6 / us))
+    name = v.get("label") or LISTS[int(v["run_name"].split("/")[1])]
+    print("  %-26s %8.1f us per publication, %8.0f publications/s" % (name, us, 1e6 / us))
 if views:
     need = 10 * len(views)
     sustained = len(views) * 1e6 / cycle

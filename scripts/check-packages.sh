@@ -40,6 +40,7 @@ deb() { echo "$out/$1_${version}-1_${arch}.deb"; }
 field() { dpkg-deb -f "$(deb "$1")" "$2"; }
 # grep reads to the end (no -q), for the same reason.
 has() { dpkg-deb -c "$(deb "$1")" | awk '{print $6}' | grep -x "./$2" >/dev/null; }
+bridge_deps() { system_deps v2xshm && [[ $(field v2xshm Depends) =~ libmosquitto1\ \(\>=\ 2\.0\) ]]; }
 system_deps() { [[ $(field "$1" Depends) =~ libc6\ \(\>=\ 2\.34\) && $(field "$1" Depends) =~ libstdc\+\+6 ]]; }
 
 for pkg in libv2xshm0 libv2xshm-dev v2xshm; do
@@ -82,7 +83,9 @@ check "v2xshm: tool and manual page" bash -c "$(declare -f has deb); out='$out' 
 check "v2xshm: tool built for $machine" bash -c "readelf -h '$root/usr/bin/v2xshm' | grep -q 'Machine:.*$machine'"
 check "v2xshm: does not need libv2xshm0" \
     bash -c "! readelf -d '$root/usr/bin/v2xshm' | grep -q 'NEEDED.*libv2xshm'"
-check "v2xshm: depends on the C and C++ runtimes only" system_deps v2xshm
+check "v2xshm: depends on the C and C++ runtimes and libmosquitto1" bridge_deps
+check "v2xshm: the bridge needs libmosquitto.so.1" \
+    bash -c "readelf -d '$root/usr/bin/v2xshm' | grep -q 'NEEDED.*\[libmosquitto\.so\.1\]'"
 check "v2xshm: manual page v2xshm(1) renders cleanly" \
     bash -c "zcat '$root/usr/share/man/man1/v2xshm.1.gz' | sed -n 1,5p | grep -q '^\.TH V2XSHM 1' &&
              test -z \"\$(MANWIDTH=80 man -l '$root/usr/share/man/man1/v2xshm.1.gz' 2>&1 >/dev/null)\""
