@@ -185,3 +185,42 @@ if alone and read:
     print("  a writer's refresh in a list of 200: %.2f us alone, %.2f us while the bridge reads every list "
           "without pause: %+.2f us added (the bridge holds a lock only for the copy any reader makes)" % (a, r, r - a))
 PY
+
+# The same through a real broker: every list changed ten times a second by
+# writers (the tool, as a unit's processes would), the bridge publishing
+# every 10 ms, a subscriber counting what arrives over 10 seconds. Needs
+# mosquitto and the tool; runs in its own IPC and network namespaces.
+if command -v mosquitto >/dev/null && command -v mosquitto_sub >/dev/null; then
+    ninja -C "$BUILD" -j2 v2xshm_tool >/dev/null
+    unshare --ipc --net --map-root-user sh "$ROOT/tests/support/WithLoopback.sh" ip bash -s "$BUILD/tools/v2xshm" \
+        "$ROOT/data" <<'SH'
+tool=$1 data=$2 work=$(mktemp -d) pids=()
+trap '{ kill "${pids[@]}"; wait; } 2>/dev/null; rm -rf "$work"' EXIT
+printf 'listener 18831 127.0.0.1\nallow_anonymous true\npersistence false\nuser root\n' >"$work/broker.conf"
+mosquitto -c "$work/broker.conf" >/dev/null 2>&1 & pids+=($!)
+"$tool" owner >/dev/null 2>&1 & pids+=($!)
+sleep 1
+"$tool" bridge --broker 127.0.0.1:18831 --unit bench --period 10 >/dev/null 2>&1 & pids+=($!)
+mosquitto_sub -p 18831 -t 'v2x/bench/+' -F '%t' >"$work/sub" 2>/dev/null & pids+=($!)
+sleep 1
+: >"$work/sub"
+end=$((SECONDS + 10)) n=0
+while ((SECONDS < end)); do
+    n=$((n + 1)) round=()
+    "$tool" ptc push --ptc-id 1 --source 1 --source-id w --lon 120 --lat 30 --speed $((n % 30)) >/dev/null & round+=($!)
+    "$tool" obu push --id w --lon 120 --lat 30 --speed $((n % 30)) >/dev/null & round+=($!)
+    "$tool" rsu push --id w --lon 120 --lat 30 --speed $((n % 30)) >/dev/null & round+=($!)
+    "$tool" config set tick i32 $n >/dev/null & round+=($!)
+    "$tool" map load "$data/sample-intersection.map" >/dev/null & round+=($!)
+    "$tool" signal load "$data/sample-signal.tl" >/dev/null & round+=($!)
+    "$tool" rsi load "$data/sample-rsi.rsi" >/dev/null & round+=($!)
+    sleep 0.1
+    wait "${round[@]}"
+done
+sleep 0.5
+total=$(grep -a '^v2x/bench/[a-z]*$' "$work/sub" | grep -vc '/status$')
+printf '\nMQTT bridge through mosquitto: 7 lists changed %d times in 10 s, %.1f publications/s received\n' \
+    "$n" "$(awk -v t="$total" 'BEGIN { print t / 10 }')"
+grep -a '^v2x/bench/[a-z]*$' "$work/sub" | grep -v '/status$' | sort | uniq -c | awk '{ printf "  %-22s %5.1f/s\n", $2, $1 / 10 }'
+SH
+fi
