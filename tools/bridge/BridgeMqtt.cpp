@@ -1,12 +1,9 @@
-// v2xshm bridge: the unit's lists to an MQTT broker, and maps, lights,
-// road-side information and configuration from it.
-//
-// The broker is served by libmosquitto's own thread; this thread reads the
-// lists, takes in what arrived and publishes. A list's lock is only ever
-// held inside the list code (BridgeLists, BridgeInbox), never across a call
-// into libmosquitto, and publishing never waits: while the broker is away or
-// slow, publications are held back (a list stays "changed" until it went
-// out), so a unit never waits on the broker.
+// v2xshm bridge: the unit's lists to an MQTT broker; maps, lights, road-side
+// information and configuration from it. libmosquitto's thread serves the
+// broker; this one reads the lists, takes in what arrived and publishes. A
+// list's lock is held only inside the list code (BridgeLists, BridgeInbox),
+// never across a call into libmosquitto, and a publication never waits: while
+// the broker is away or slow it is held back (the list stays "changed").
 #include "Commands.h"
 
 #include <mosquitto.h>
@@ -31,7 +28,6 @@ constexpr int QOS = 1;
 constexpr int MAX_UNACKED = 64;     // publications not yet acknowledged before more are held back
 constexpr size_t MAX_INBOX = 4096;  // messages waiting to be taken in; more are refused
 constexpr int KEEPALIVE_S = 30;
-
 volatile sig_atomic_t stopRequested = 0;
 void onStopSignal(int) { stopRequested = 1; }
 
@@ -122,8 +118,8 @@ std::string Bridge::start()
     return "";
 }
 
-// A broker not up yet is not an error: the first connection is tried again
-// with growing delays, like libmosquitto's own reconnections after it.
+// A broker not up yet is no error: the first connection is retried with
+// growing delays, as libmosquitto retries later ones.
 void Bridge::tryConnect()
 {
     int rc = mosquitto_connect_async(mosq_, opt_.host.c_str(), opt_.port, KEEPALIVE_S);
@@ -265,9 +261,9 @@ void Bridge::run()
             next = std::max(next + std::chrono::milliseconds(opt_.periodMs), std::chrono::steady_clock::now());
         }
     }
-    // Leaving on purpose: say so, since the will only speaks for a lost connection.
+    // Leaving on purpose: say so, since the will only speaks for a lost
+    // connection. Packets go out in order: the status before the disconnection.
     publish("v2x/" + opt_.unit + "/status", "offline", true);
-    // The client sends its packets in order: the status goes out before the disconnection.
     mosquitto_disconnect(mosq_);
     if (looping_) {
         mosquitto_loop_stop(mosq_, false);
