@@ -28,7 +28,7 @@ WORK=$(mktemp -d)
 trap 'rm -rf "$WORK"' EXIT
 
 "$HOST_TABLE" >"$WORK/host.txt"
-qemu-arm -L "$SYSROOT" "$ARM_TABLE" >"$WORK/arm.txt"
+qemu-arm -L "$SYSROOT" -E LD_LIBRARY_PATH="$SYSROOT/lib" "$ARM_TABLE" >"$WORK/arm.txt"
 
 echo "geometry results, host ($(wc -l <"$WORK/host.txt") cases) against ARM ($(wc -l <"$WORK/arm.txt") cases):"
 "$HOST_TABLE" --compare "$WORK/host.txt" "$WORK/arm.txt"

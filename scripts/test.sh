@@ -422,7 +422,10 @@ if [[ $HOST_OK == 0 ]] && packages_of host amd64; then
         bad=$((bad + 1))
     fi
     if [[ $ARM_OK == 0 ]] && $HAVE_ARM && packages_of arm armhf; then
-        if consumer_check arm-shared "$PKG_ROOT/armhf/usr" qemu-arm -L /usr/arm-linux-gnueabihf -- \
+        # The cross C library after the packaged one: with Debian's armhf C
+        # library also installed (multiarch) the loader would pick that one.
+        if consumer_check arm-shared "$PKG_ROOT/armhf/usr" qemu-arm -L /usr/arm-linux-gnueabihf \
+                -E LD_LIBRARY_PATH="$PKG_ROOT/armhf/usr/lib:/usr/arm-linux-gnueabihf/lib" -- \
                 -DCMAKE_TOOLCHAIN_FILE="$ROOT/cmake/arm-linux-gnueabihf.cmake" \
                 -Dv2xshm_DIR="$PKG_ROOT/armhf/usr/lib/cmake/v2xshm"; then
             ok=$((ok + 1))

@@ -21,7 +21,15 @@ IMAGES=$(cd "$(dirname "$0")" && pwd)/images  # the committed list images
 abi_of() { if [[ "$(od -An -tu2 -j18 -N2 "$1" | tr -d ' ')" == 40 ]]; then echo arm; else echo host; fi; }
 
 # Sets CMD to the command line that runs binary $1.
-command_for() { if [[ $(abi_of "$1") == arm ]]; then CMD=(qemu-arm -L "$ARM_SYSROOT" "$1"); else CMD=("$1"); fi; }
+# The cross C library comes first on the path: with Debian's armhf C library
+# also installed (multiarch), the loader would otherwise pick that one.
+command_for() {
+    if [[ $(abi_of "$1") == arm ]]; then
+        CMD=(qemu-arm -L "$ARM_SYSROOT" -E LD_LIBRARY_PATH="$ARM_SYSROOT/lib" "$1")
+    else
+        CMD=("$1")
+    fi
+}
 
 ipc_objects() { ipcs -m -s | grep -c '^0x' || true; }
 
