@@ -168,8 +168,10 @@ bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, i
     int32_t count = 0;
     memcpy(&count, image, sizeof count);
     int pos = (int)sizeof count;
-    std::vector<StoredLight> stored;
+    std::vector<StoredLight>& stored = *out;
+    stored.clear();
     stored.reserve(count > 0 ? (size_t)std::min(count, (int32_t)1024) : 0);
+    bool sorted = true;
     for (int32_t i = 0; i < count && pos < LMTLListMng::SHM_SIZE; ++i) {
         // A writer that died halfway may have left a count or a light that
         // runs past the segment: never read beyond it.
@@ -185,46 +187,62 @@ bool lightsToKeep(const char* image, Keep keep, std::vector<StoredLight>* out, i
         if (light.size < 0) {
             return false;
         }
+        if (!stored.empty() && light.id <= stored.back().id) {
+            if (light.id < stored.back().id) {
+                sorted = false;
+            } else if (sorted) {
+                // The same key again: the later image is the one decoding keeps.
+                stored.back() = light;
+                pos += light.size;
+                continue;
+            }
+        }
         stored.push_back(light);
         pos += light.size;
     }
     *end = pos;
-    auto byId = [](const StoredLight& a, const StoredLight& b) { return a.id < b.id; };
-    out->clear();
-    out->reserve(stored.size());
-    if (std::is_sorted(stored.begin(), stored.end(), byId)) {
-        // Lists this manager wrote are in key order already.
-        for (size_t i = 0; i < stored.size(); ++i) {
-            bool later = i + 1 < stored.size() && stored[i + 1].id == stored[i].id;
-            if (!later && stored[i].stays) {
-                out->push_back(stored[i]);
-            }
-        }
+    if (sorted) {
+        // Lists this manager wrote are in key order already: keep the ones
+        // that stay where they are.
+        stored.erase(std::remove_if(stored.begin(), stored.end(), [](const StoredLight& l) { return !l.stays; }),
+                     stored.end());
         return true;
     }
-    std::vector<size_t> order(stored.size());
-    for (size_t i = 0; i < order.size(); ++i) {
-        order[i] = i;
-    }
-    std::stable_sort(order.begin(), order.end(), [&stored](size_t a, size_t b) { return stored[a].id < stored[b].id; });
-    for (size_t i = 0; i < order.size(); ++i) {
-        bool later = i + 1 < order.size() && stored[order[i + 1]].id == stored[order[i]].id;
-        if (!later && stored[order[i]].stays) {
-            out->push_back(stored[order[i]]);
+    std::vector<StoredLight> all;
+    all.swap(stored);
+    std::stable_sort(all.begin(), all.end(), [](const StoredLight& a, const StoredLight& b) { return a.id < b.id; });
+    for (size_t i = 0; i < all.size(); ++i) {
+        bool later = i + 1 < all.size() && all[i + 1].id == all[i].id;
+        if (!later && all[i].stays) {
+            stored.push_back(all[i]);
         }
     }
     return true;
 }
 
-// Rewrites the image as the kept lights, then `received` in key order, and
-// zeroes what the old list left up to oldEnd. A kept light already in the
-// form Obj2Buff gives is moved as its bytes (decoding it into maps and
-// writing it again would give the same bytes at many times the cost); any
+// Bytes of a light's image, as flatSize() gives them, counted here where the
+// list is rewritten: the phases' states are packed records, so each phase
+// adds its header and its state count's worth without a call per phase.
+long long lightBytes(const LMTrafficLightExtend& light)
+{
+    constexpr long long PHASE = sizeof(LMPhaseBase) + sizeof(uint32_t);
+    long long bytes = (long long)(sizeof(LMTrafficLightBase) + sizeof(uint32_t));
+    for (const auto& phase : light.phases) {
+        bytes += PHASE + (long long)phase.second.phaseStates.size() * (long long)sizeof(LMPhaseStateBase);
+    }
+    return bytes;
+}
+
+// Rewrites the image as the kept lights, then `received` in key order
+// (receivedBytes of images together), and zeroes what the old list left up
+// to oldEnd. A kept light already in the form Obj2Buff gives is moved as
+// its bytes (decoding it into maps and writing it again would give the same
+// bytes at many times the cost), and not at all where it already lies; any
 // other (keys out of order or twice, from another writer or damage) is
 // decoded and written again, so that every image leaves in one form. 1, or
 // -1 with the image untouched when the result exceeds the segment.
 int rewriteImage(char* image, const std::vector<StoredLight>& kept, int oldEnd,
-                 const std::map<int64_t, LMTrafficLightExtend>& received)
+                 const std::map<int64_t, LMTrafficLightExtend>& received, long long receivedBytes)
 {
     std::vector<LMTrafficLightExtend> rebuilt;  // the kept lights not in that form, in order
     long long keptBytes = 0;
@@ -244,11 +262,7 @@ int rewriteImage(char* image, const std::vector<StoredLight>& kept, int oldEnd,
         }
         keptBytes += rebuilt.back().flatSize();
     }
-    long long total = 4 + keptBytes;
-    for (const auto& entry : received) {
-        total += entry.second.flatSize();
-    }
-    if (total > LMTLListMng::SHM_SIZE) {
+    if (4 + keptBytes + receivedBytes > LMTLListMng::SHM_SIZE) {
         return -1;
     }
     int pos = 4;
@@ -256,14 +270,31 @@ int rewriteImage(char* image, const std::vector<StoredLight>& kept, int oldEnd,
     if (ascending) {
         // Each kept image moves towards the front, never over one not yet
         // moved: a rewritten light is no longer than its stored image.
+        // Neighbours in the old list move together, and a run already in
+        // place stays where it is.
+        int runFrom = 0;  // the stored images of a run of neighbours, to go to pos
+        int runBytes = 0;
+        auto moveRun = [image, &pos, &runFrom, &runBytes]() {
+            if (runFrom != pos) {
+                memmove(image + pos, image + runFrom, (size_t)runBytes);
+            }
+            pos += runBytes;
+            runBytes = 0;
+        };
         for (const StoredLight& light : kept) {
+            if (light.normal && runBytes > 0 && runFrom + runBytes == light.at) {
+                runBytes += light.size;
+                continue;
+            }
+            moveRun();
             if (light.normal) {
-                memmove(image + pos, image + light.at, (size_t)light.size);
-                pos += light.size;
+                runFrom = light.at;
+                runBytes = light.size;
             } else if ((next++)->Obj2Buff(image, &pos) < 0) {
                 return -1;
             }
         }
+        moveRun();
     } else {
         // The kept images lie anywhere in the old list: gather them first.
         std::unique_ptr<char[]> gathered(new char[(size_t)keptBytes + 1]);
@@ -322,10 +353,12 @@ int LMTLListMng::insertUpdateList(void* image, void* incoming)
             return -1;
         }
         double now = TimeTool::getPreciseTimeNow();
+        long long receivedBytes = 0;
         for (auto& entry : *received) {
             entry.second.latestRefreshTime = now;
+            receivedBytes += lightBytes(entry.second);
         }
-        return rewriteImage(static_cast<char*>(image), kept, end, *received);
+        return rewriteImage(static_cast<char*>(image), kept, end, *received, receivedBytes);
     } catch (const std::exception&) {
         return -1;
     }
@@ -347,7 +380,7 @@ int LMTLListMng::refreshList(void* image, void*)
         if (!lightsToKeep(static_cast<const char*>(image), fresh, &kept, &end)) {
             return -1;
         }
-        return rewriteImage(static_cast<char*>(image), kept, end, LightMap());
+        return rewriteImage(static_cast<char*>(image), kept, end, LightMap(), 0);
     } catch (const std::exception&) {
         return -1;
     }
