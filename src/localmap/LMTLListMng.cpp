@@ -233,8 +233,18 @@ long long lightBytes(const LMTrafficLightExtend& light)
     return bytes;
 }
 
+// The most bytes a light's image can take with its number of phases: each
+// phase holds at most one state per light code. Known without visiting the
+// phases, so that a list that fits even so is not counted exactly.
+long long mostLightBytes(const LMTrafficLightExtend& light)
+{
+    constexpr long long MOST_PHASE = sizeof(LMPhaseBase) + sizeof(uint32_t) + 256 * sizeof(LMPhaseStateBase);
+    return (long long)(sizeof(LMTrafficLightBase) + sizeof(uint32_t)) + (long long)light.phases.size() * MOST_PHASE;
+}
+
 // Rewrites the image as the kept lights, then `received` in key order
-// (receivedBytes of images together), and zeroes what the old list left up
+// (receivedBytes of images together, or a bound on them that fits beside the
+// kept lights' stored images), and zeroes what the old list left up
 // to oldEnd. A kept light already in the form Obj2Buff gives is moved as
 // its bytes (decoding it into maps and writing it again would give the same
 // bytes at many times the cost), and not at all where it already lies; any
@@ -352,13 +362,38 @@ int LMTLListMng::insertUpdateList(void* image, void* incoming)
         if (!lightsToKeep(static_cast<const char*>(image), notReceived, &kept, &end)) {
             return -1;
         }
+        // The received lights' bytes: bounded by their phase counts while
+        // that bound fits beside the kept lights' stored images (rewritten
+        // ones are no longer), counted exactly from there on, and all counted
+        // exactly when even that does not fit.
+        long long room = SHM_SIZE - 4;
+        for (const StoredLight& light : kept) {
+            room -= light.size;
+        }
         double now = TimeTool::getPreciseTimeNow();
-        long long receivedBytes = 0;
+        long long bytes = 0;
+        size_t bounded = 0;  // the first lights, counted by their bound
+        bool exact = false;
         for (auto& entry : *received) {
             entry.second.latestRefreshTime = now;
-            receivedBytes += lightBytes(entry.second);
+            if (!exact) {
+                long long most = mostLightBytes(entry.second);
+                if (bytes + most <= room) {
+                    bytes += most;
+                    ++bounded;
+                    continue;
+                }
+                exact = true;
+            }
+            bytes += lightBytes(entry.second);
         }
-        return rewriteImage(static_cast<char*>(image), kept, end, *received, receivedBytes);
+        if (bytes > room) {
+            auto light = received->cbegin();
+            for (size_t i = 0; i < bounded; ++i, ++light) {
+                bytes += lightBytes(light->second) - mostLightBytes(light->second);
+            }
+        }
+        return rewriteImage(static_cast<char*>(image), kept, end, *received, bytes);
     } catch (const std::exception&) {
         return -1;
     }
