@@ -126,6 +126,10 @@ TEST(LMTLListMng, ReceivedLightsReplaceStoredOnesAndGoBehindTheOthers)
     mng.lights.erase(3);
     ASSERT_EQ(mng.commit(), 1);
     EXPECT_EQ(lightsInSegment(mng).size(), 3u);
+    // Neighbours kept behind a received light move to the front together.
+    LightMap front = {{0, lightWith(0, 5)}};
+    ASSERT_EQ(mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &front), 1);
+    EXPECT_EQ(lightsInSegment(mng), (std::vector<Row>{{1, {1}}, {2, {7}}, {0, {5}}}));
 }
 
 TEST(LMTLListMng, KeptLightsLeaveInTheFormTheirDecodedLightFlattensTo)
@@ -173,6 +177,39 @@ TEST(LMTLListMng, KeptLightsLeaveInTheFormTheirDecodedLightFlattensTo)
             expected.resize(SIZE - 4);  // zeros after the list
             EXPECT_TRUE(std::equal(expected.begin(), expected.end(), image.begin() + 4)) << c.what << run;
         }
+    }
+}
+
+TEST(LMTLListMng, ReceivedLightsFillingTheSegmentToTheByteFitAndOneStateMoreDoesNot)
+{
+    // Light 0 stays; `small` lights of one empty phase (31 bytes each) and a
+    // large one filling the rest to the byte are received, then one state more.
+    LMTLListMng mng(true);
+    for (int run = 0; run < 4; ++run) {
+        int small = run / 2 * 200;
+        mng.lights = {{0, lightWith(0, 1)}};
+        LightMap incoming;
+        for (int id = 1; id <= small; ++id) {
+            incoming[id] = lightWith(id, 1);
+        }
+        int rest = SIZE - 4 - mng.lights[0].flatSize() - small * 31 - 25;  // the large light's phases
+        int phases = 160;
+        while ((rest - 6 * phases) % 26 != 0) {
+            ++phases;
+        }
+        LMTrafficLightExtend& large = incoming[1000] = lightWith(1000, 0);
+        for (int state = 0; state < (rest - 6 * phases) / 26 + run % 2; ++state) {
+            large.phases[(uint8_t)(state % phases)].phaseStates[(uint8_t)(state / phases)];
+        }
+        std::vector<char> before(SIZE), after(SIZE);
+        ASSERT_TRUE(mng.commit() == 1 && mng.updateFromSHM(before.data(), SIZE) == 1);
+        EXPECT_EQ(mng.operateSHMNotSafe(LMTLListMng::insertUpdateList, &incoming), run % 2 == 0 ? 1 : -1) << run;
+        mng.updateFromSHM(after.data(), SIZE);
+        if (run % 2 == 0) {  // light 0 then the received ones by key, as a commit of them all writes
+            mng.lights.insert(incoming.begin(), incoming.end());
+            ASSERT_TRUE(mng.commit() == 1 && mng.updateFromSHM(before.data(), SIZE) == 1);
+        }
+        EXPECT_TRUE(after == before) << run;
     }
 }
 
