@@ -98,7 +98,10 @@ expect_no_ipc() {
 # for its ready line.
 start_owner() {
     # Not through v2x: a backgrounded function runs in a subshell, and the
-    # signals must reach the tool itself.
+    # signals must reach the tool itself. The previous owner's output goes
+    # first: the new one truncates it only once it runs, and its "owning"
+    # line would otherwise be taken for the new owner's.
+    : >"$WORK/owner.out"
     "${EMULATOR[@]}" "$TOOL" owner "$@" >"$WORK/owner.out" 2>"$WORK/owner.err" &
     OWNER_PID=$!
     for _ in $(seq 200); do
