@@ -12,6 +12,7 @@
 #include <mutex>
 #include <thread>
 
+#include "JsonText.h"
 #include "LiveLists.h"
 #include "shm/TimeTool.h"
 
@@ -184,12 +185,9 @@ void routes(httplib::Server& server, Sampler& sampler)
     server.Get("/api/state", [fromSnapshot](const httplib::Request&, httplib::Response& res) {
         fromSnapshot(res, "application/json", [](const LiveSnapshot& s) { return &s.state; });
     });
-    server.Get("/api/lists", [](const httplib::Request&, httplib::Response& res) {
-        std::string names;
-        for (const std::string& name : servedLists()) {
-            names += (names.empty() ? "[\"" : ",\"") + name + "\"";
-        }
-        res.set_content(names + "]", "application/json");
+    const std::string listNames = jsonText(Json(servedLists()));
+    server.Get("/api/lists", [listNames](const httplib::Request&, httplib::Response& res) {
+        res.set_content(listNames, "application/json");
     });
     server.Get(R"(/api/list/([a-z]+))", [fromSnapshot](const httplib::Request& req, httplib::Response& res) {
         std::string name = req.matches[1];
